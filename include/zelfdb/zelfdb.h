@@ -1,0 +1,577 @@
+/*
+ * zelfdb.h: the exported operations of libzelfdb, their detail codes and the records that callers see.
+ *
+ * libzelfdb keeps a switch's bridge configuration and MAC forwarding database (FDB) in two System V shared-memory
+ * segments that every process of the platform attaches, and mirrors every change into the network processor (NP)
+ * through the vf_ functions of vf.h. One process calls zelfdb_init once, alone; from then on any process may call
+ * any other operation.
+ *
+ * Results. Unless a comment says otherwise an operation returns 0 on success and -1 on failure. Its last argument,
+ * "err", receives a decimal detail code (enum zelfdb_code) and must not be null. Four rules exist for that word;
+ * each operation names its own:
+ *   on failure   written only on failure, untouched on success;
+ *   preset       1 is stored on entry and STAYS there on success: test the result, not the word;
+ *   final        always receives the final code, 0 on success;
+ *   none         the operation has no such argument.
+ *
+ * Descriptors. An operation whose first argument is a descriptor uses the caller's and neither opens nor closes one;
+ * such a descriptor must come from zelfdb_open_descriptor (not ...2) unless the comment says that it needs no NP, and
+ * must not be null. Every other operation opens one of its own for the call, which costs two attaches and one NP
+ * handshake; while the NP does not answer, that takes up to 190 seconds and then fails with code 1.
+ *
+ * Locks. "Main" is the lock of the main segment, "main and FDB" both, always taken in that order. They are taken and
+ * given back inside the call and are waited for as long as another process holds them. The library has no threads and
+ * is not thread-safe: one descriptor and one call at a time in a process.
+ *
+ * Privilege. The segments are created with mode 000: only processes with CAP_IPC_OWNER (root) can attach them.
+ *
+ * Identifiers. Port IDs 1..199, physical ports 1..4, VIDs 1..4094. Where a VID argument is wider than 16 bits only
+ * its low 16 bits are used. Port ID 0 is never found.
+ */
+#ifndef ZELFDB_ZELFDB_H
+#define ZELFDB_ZELFDB_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define ZELFDB_API __attribute__((visibility("default")))
+#else
+#define ZELFDB_API
+#endif
+
+/* ==== Detail codes ======================================================================================== */
+
+enum zelfdb_code {
+    ZELFDB_DONE = 0,
+    ZELFDB_NO_DESCRIPTOR = 1,       /* no descriptor could be opened (also the preset value) */
+    ZELFDB_NO_PORT = 102,           /* no such port */
+    ZELFDB_NO_VLAN = 103,           /* no such VLAN */
+    ZELFDB_NO_MAC = 105,            /* no entry with that MAC in that database */
+    ZELFDB_NO_PHPORT = 108,         /* no such physical port */
+    ZELFDB_BAD_VID = 201,           /* VID outside 1..4094 */
+    ZELFDB_PORT_POOL_EMPTY = 1201,  /* no free port record */
+    ZELFDB_PORT_EXISTS = 1202,      /* the port exists already */
+    ZELFDB_PHPORT_BOUND = 1203,     /* the physical port is bound to an Ethernet port already */
+    ZELFDB_PHPORT_UNKNOWN = 1204,   /* no such physical port (port creation) */
+    ZELFDB_PORT_IN_VLAN = 1301,     /* the port is still a member of a VLAN */
+    ZELFDB_PORT_IS_UPLINK = 1302,   /* the port is an uplink */
+    ZELFDB_NAME_IN_USE = 1401,      /* the VLAN name is in use */
+    ZELFDB_VID_IN_USE = 1402,       /* the VID is in use */
+    ZELFDB_NAME_TOO_LONG = 1403,    /* the VLAN name has 31 characters or more */
+    ZELFDB_VLAN_POOL_EMPTY = 1404,  /* no free VLAN record */
+    ZELFDB_NO_FREE_VID = 1406,      /* every VID of 1..4094 is in use */
+    ZELFDB_VLAN_HAS_PORTS = 1501,   /* the VLAN still has members */
+    ZELFDB_ALREADY_MEMBER = 1603,   /* the port is a member of the VLAN already */
+    ZELFDB_TAGGED_BAD_VID = 1604,   /* tagged membership of a VLAN whose VID is outside 1..4094 */
+    ZELFDB_VLAN_FULL = 1605,        /* the VLAN has eight members already */
+    ZELFDB_VLAN_HAS_VIF = 1612,     /* the VLAN has a virtual-interface member already */
+    ZELFDB_VIF_HAS_PVID = 1613,     /* the virtual-interface port has a PVID already */
+    ZELFDB_PORT_HAS_PVID = 1614,    /* untagged membership for a port that has a PVID already */
+    ZELFDB_GROUP_JOINED = 1615,     /* the port belongs to a VLAN through that protocol group already */
+    ZELFDB_GROUP_TABLE_FULL = 1616, /* the port's protocol-VLAN table is full */
+    ZELFDB_NOT_MEMBER = 1701,       /* the port is not a member, or the VLAN or port has no membership */
+    ZELFDB_PV_CLASSIFIED = 1702,    /* the membership still has a classify profile bound */
+    ZELFDB_MAC_EXISTS = 2001,       /* an entry with that MAC exists and may not be replaced */
+    ZELFDB_FDB_FULL = 2002,         /* user limit reached, pool exhausted, or the NP refused the entry */
+    ZELFDB_PERMIT_DIFFERS = 2101,   /* the entry's permit differs from the one given */
+    ZELFDB_TYPE_DIFFERS = 2102,     /* the entry's type differs from the one asked for */
+    ZELFDB_NO_PROTGROUP = 2803      /* no such protocol group */
+};
+
+/* ==== Values ============================================================================================== */
+
+enum zelfdb_port_type { ZELFDB_PORT_NONE = 0, ZELFDB_PORT_ETHER = 1, ZELFDB_PORT_VIF = 2 };
+
+enum zelfdb_fil_type { ZELFDB_FIL_LOCAL = 1, ZELFDB_FIL_STATIC = 2, ZELFDB_FIL_DYNAMIC = 3 };
+
+/** Flag bit of a static or local entry: bound to no port (a STATIC entry with it discards). */
+#define ZELFDB_FIL_FLAG_NO_PORT 0x4u
+
+/** Permit of an entry: 1 = system entry (never counted against the user limit), anything else = user entry. */
+#define ZELFDB_FIL_SYSTEM 1u
+
+/** Bits of a membership's flag byte. */
+#define ZELFDB_PV_TAGGED 0x1u
+#define ZELFDB_PV_PROTOCOL 0x2u
+
+/* ==== Caller records ====================================================================================== */
+
+/** Opaque: where this process has attached the two segments, and its NP handle. Made and freed by the library. */
+typedef struct zelfdb_descriptor zelfdb_descriptor;
+
+/** How many records zelfdb_init lays out. */
+typedef struct zelfdb_counts {
+    uint32_t nport; /* port records; IDs above 199 cannot be found, so more than 199 are of no use */
+    uint32_t nvlan; /* VLAN records */
+    uint32_t nfil;  /* MAC entries; at least 1 */
+} zelfdb_counts;
+
+/** The VLAN space (16 bytes). */
+typedef struct zelfdb_summary {
+    uint32_t lowest_vid;  /* always 1 */
+    uint32_t highest_vid; /* always 4094 */
+    uint32_t vlan_capacity;
+    uint32_t vlan_count; /* VLANs that exist now */
+} zelfdb_summary;
+
+/** The history counters (28 bytes). They only grow, wrapping at 2^32; zelfdb_init alone resets them. */
+typedef struct zelfdb_history {
+    uint32_t ports_created;
+    uint32_t ports_deleted;
+    uint32_t vlans_created;
+    uint32_t vlans_deleted;
+    uint32_t unused; /* stays 0 */
+    uint32_t ports_added_to_vlans;
+    uint32_t ports_removed_from_vlans;
+} zelfdb_history;
+
+/**
+ * A record buffer: this header, then capacity records of record_size bytes. Made by zelfdb_alloc_ropebuf, filled by the
+ * bulk readers, owned by the caller until zelfdb_free_ropebuf.
+ */
+typedef struct zelfdb_ropebuf {
+    uint32_t capacity;    /* how many records fit */
+    uint32_t record_size; /* bytes; record i starts at records + i * record_size */
+    uint32_t total;       /* how many objects there are in all, set by each bulk reader */
+    uint32_t filled;      /* how many records the last call wrote */
+    uint8_t* records;     /* the first byte after this header */
+} zelfdb_ropebuf;
+
+/** Cursor of the port, VLAN and membership bulk readers. Zero it before the first call; keep it between calls. */
+typedef struct zelfdb_cursor {
+    uint32_t calls; /* calls made so far; 0 starts at the beginning */
+    uint32_t key;   /* ID of the last record delivered, set when a call returns 1 */
+} zelfdb_cursor;
+
+/** Cursor of the FDB listings. Zero it before the first call; keep it, and the buffer as filled, between calls. */
+typedef struct zelfdb_fdb_cursor {
+    uint32_t calls;
+    uint8_t mac[6]; /* the last entry delivered, set when a call returns 1 */
+    uint8_t pad[2]; /* neither read nor written */
+} zelfdb_fdb_cursor;
+
+/** One record of an FDB listing (20 bytes; the buffer's record size may be larger). */
+typedef struct zelfdb_fdb_record {
+    uint32_t bucket; /* hash bucket, 0..255 */
+    uint8_t mac[6];
+    uint8_t flag;   /* low byte of the flag word */
+    uint8_t permit; /* low byte of the permit */
+    uint32_t port;  /* VLAN listings only: 0 with flag 0x4, else the entry's port; not written for a port's listing */
+    int32_t age_s;  /* DYNAMIC entries only: seconds since last seen, never below 0; otherwise not written */
+} zelfdb_fdb_record;
+
+/**
+ * The NP's learn indication, packed to 14 bytes, native byte order. Bytes 0..1 and 4..5 are not read.
+ */
+typedef struct __attribute__((packed)) zelfdb_learn_ind {
+    uint8_t pad0[2];
+    uint16_t port; /* port ID on which the frame arrived */
+    uint8_t pad4[2];
+    uint32_t tick_ms; /* NP time of the event */
+    int32_t cookie;   /* offset in the FDB segment of the entry that the NP matched for the source address */
+} zelfdb_learn_ind;
+
+/** A physical port (12 bytes). */
+typedef struct zelfdb_phinfo {
+    uint32_t phport;
+    uint32_t shaping_rate; /* 0 = not shaped */
+    uint32_t shaping_param2;
+} zelfdb_phinfo;
+
+/** One member row of a zelfdb_vlan_info (16 bytes). */
+typedef struct zelfdb_vlan_member {
+    uint32_t port_id;
+    uint32_t p_type;
+    uint32_t pv_flag;
+    uint32_t tagtype;
+} zelfdb_vlan_member;
+
+/**
+ * A VLAN (184 bytes), followed at byte 184 by the IDs of the ports whose PVID is this VID, one uint32_t each, in
+ * ascending order. The smallest buffer is 216 bytes, which holds eight such IDs; a VLAN can have more only when ports
+ * were given its PVID without being members.
+ */
+typedef struct zelfdb_vlan_info {
+    char name[32];
+    uint32_t vlan_flag;
+    uint32_t VID;
+    uint32_t nmember;   /* members; rows that follow */
+    uint32_t nuntagged; /* untagged ones among them */
+    uint32_t npvid;     /* ports with this PVID, ADDED to the value already there: zero the record first */
+    uint32_t nfil;      /* entries in the VLAN's database, all types */
+    zelfdb_vlan_member member[8];
+} zelfdb_vlan_info;
+
+/** Smallest record size of zelfdb_get_all_vlaninfo. */
+#define ZELFDB_VLAN_INFO_SIZE 216u
+
+/** One membership of a port (48 bytes). */
+typedef struct zelfdb_pv_info {
+    uint32_t VID;
+    char vlan_name[32]; /* not written when the VID is 0 */
+    uint32_t port_id;
+    uint8_t pad40[4]; /* not written */
+    uint8_t pv_flag;
+    uint8_t pv_flag2;
+    uint16_t tagtype;
+} zelfdb_pv_info;
+
+/* ==== Set-up and descriptors ============================================================================== */
+
+/**
+ * Creates both segments and both locks, or wipes and lays out again the ones that exist. Nothing else may use the
+ * database meanwhile: no lock is taken, and a lock that a process holds is not reset.
+ *
+ * @param counts  how many records to lay out; read only
+ * @return 0 once the main segment is laid out, -1 if it is not (message on standard error): an existing segment is too
+ *         small for the counts, there is no memory or privilege, or the counts need more than 32 bits of bytes.
+ *         Failure to make the FDB segment (nfil 0, for one) is only seen as a message on standard error: the result
+ *         is still 0, and every descriptor fails to open afterwards.
+ * The segments stay attached to the calling process. No descriptor, no error word.
+ */
+ZELFDB_API int zelfdb_init(const zelfdb_counts* counts);
+
+/**
+ * Attaches both segments and opens an NP session, for callers that keep one descriptor across many calls.
+ * Tries the NP 20 times, 10 seconds apart.
+ *
+ * @return a descriptor owned by the caller until zelfdb_close_descriptor, or null with one line on standard output.
+ *         A failed call leaves attached what it had attached: do not retry in an unbounded loop.
+ * Takes no lock.
+ */
+ZELFDB_API zelfdb_descriptor* zelfdb_open_descriptor(void);
+
+/**
+ * The same without an NP session: good only for operations that say so.
+ * @return a descriptor owned by the caller, or null with one line on standard output
+ */
+ZELFDB_API zelfdb_descriptor* zelfdb_open_descriptor2(void);
+
+/** Ends the NP session if there is one, detaches both segments and frees the descriptor. Null is ignored. */
+ZELFDB_API void zelfdb_close_descriptor(zelfdb_descriptor* descriptor);
+
+/* ==== Summary, history, record buffers ==================================================================== */
+
+/**
+ * @param summary  filled on success, untouched on failure
+ * @return 0, or -1 if no descriptor could be opened. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_summary(zelfdb_summary* summary);
+
+/**
+ * @param history  filled on success, untouched on failure
+ * @return 0, or -1 if no descriptor could be opened. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_history(zelfdb_history* history);
+
+/**
+ * Makes a record buffer in one heap block. Its record area is zeroed but for the last 16 bytes.
+ *
+ * @param capacity     records, 0 allowed
+ * @param record_size  bytes each; every bulk reader states its smallest
+ * @return a buffer for zelfdb_free_ropebuf, or null: no memory, or more than 32 bits of bytes
+ */
+ZELFDB_API zelfdb_ropebuf* zelfdb_alloc_ropebuf(uint32_t capacity, uint32_t record_size);
+
+/** Frees a buffer made by zelfdb_alloc_ropebuf. Null is ignored. */
+ZELFDB_API void zelfdb_free_ropebuf(zelfdb_ropebuf* buffer);
+
+/* ==== Forwarding database ================================================================================= */
+
+/**
+ * Removes every DYNAMIC entry of every VLAN, in the database and in the NP. In each VLAN it sleeps one second after
+ * every 400 entries, locks held.
+ * @return 0, or -1 if no descriptor could be opened. Error word: none. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_clear_fdb(void);
+
+/**
+ * The same for one VLAN.
+ * @param vid  low 16 bits used
+ * @return 0, or -1 if no descriptor could be opened or there is no such VLAN. Error word: none. Main and FDB locks.
+ */
+ZELFDB_API int zelfdb_clear_fdb_vlan(uint32_t vid);
+
+/**
+ * Limits the number of user entries (learned ones included) in the whole FDB.
+ * @param limit  0 = no limit; entries above a lowered limit stay
+ * @param err    preset: 1 even on success
+ * @return 0, or -1 if no descriptor could be opened. Takes the main lock. Needs no NP.
+ */
+ZELFDB_API int zelfdb_set_fdb_userarea(uint32_t limit, uint32_t* err);
+
+/**
+ * Learns from one indication of the NP: adds the station, moves it, or leaves things as they are.
+ *
+ * @param descriptor    the caller's
+ * @param frame_header  at least 16 bytes of the frame, wire order: destination, source, type or tag, tag control
+ * @param indication    read only
+ * @return 0 when the indication was used, or ignored on purpose: unknown port, learning off, group source address,
+ *         frame not admitted, VLAN unknown, same port, static entry, cookie of another entry, VLAN's learn limit
+ *         reached. -1 when the station should have been added but the user limit is reached, the pool is empty or the
+ *         NP refused; the old entry of a moved station is gone then.
+ * Error word: none. Takes the main and FDB locks; they are given back main first.
+ * A detected loop is reported to syslog (local5, warning).
+ */
+ZELFDB_API int zelfdb_add_dfil_by_learn_ind(zelfdb_descriptor* descriptor, const void* frame_header,
+                                            const zelfdb_learn_ind* indication);
+
+/**
+ * One aging sweep over every DYNAMIC entry. The NP is asked only about entries not seen for longer than their port's
+ * aging time; those that it has not seen either are removed. Call it periodically.
+ * @return always 0. Error word: none. Takes the main and FDB locks for the whole sweep.
+ */
+ZELFDB_API int zelfdb_do_aging(zelfdb_descriptor* descriptor);
+
+/**
+ * Adds a STATIC entry to a VLAN's database; it replaces a DYNAMIC one with the same MAC.
+ *
+ * @param vid     low 16 bits used
+ * @param mac     six bytes
+ * @param port    destination port; must exist unless flag has 0x4
+ * @param flag    flag word; 0x4 = bound to no port
+ * @param permit  1 = system entry; 0 = user entry, counted against the user limit
+ * @param err     final: 0, 1, 103, 102, 2001 (a static entry exists) or 2002 (limit, pool or NP)
+ * @return 0, or -1 for every other code. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_create_sfil(uint32_t vid, const uint8_t* mac, uint32_t port, uint32_t flag, uint32_t permit,
+                                  uint32_t* err);
+
+/** zelfdb_create_sfil on the caller's descriptor. */
+ZELFDB_API int zelfdb_create_sfil2(zelfdb_descriptor* descriptor, uint32_t vid, const uint8_t* mac, uint32_t port,
+                                   uint32_t flag, uint32_t permit, uint32_t* err);
+
+/**
+ * Removes a STATIC entry.
+ *
+ * @param permit  must equal the entry's
+ * @param err     final: 0, 1, 103, 105 (no such MAC), 2101 (permit differs) or 2102 (not a STATIC entry)
+ * @return 0, or -1 for every other code. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_delete_sfil(uint32_t vid, const uint8_t* mac, uint32_t permit, uint32_t* err);
+
+/** zelfdb_delete_sfil on the caller's descriptor. */
+ZELFDB_API int zelfdb_delete_sfil2(zelfdb_descriptor* descriptor, uint32_t vid, const uint8_t* mac, uint32_t permit,
+                                   uint32_t* err);
+
+/**
+ * Adds a LOCAL entry to a port's own database.
+ *
+ * @param err  final: 0, 1, 102, 2001 or 2002
+ * @return 0, or -1 for every other code. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_create_lfil(uint32_t port, const uint8_t* mac, uint32_t flag, uint32_t permit, uint32_t* err);
+
+/**
+ * Removes a LOCAL entry.
+ *
+ * @param err  final (1 is stored on entry first): 0, 1, 102, 105, 2101 or 2102
+ * @return 0, or -1 for every other code. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_delete_lfil(uint32_t port, const uint8_t* mac, uint32_t permit, uint32_t* err);
+
+/**
+ * Lists a VLAN's DYNAMIC entries, bucket by bucket, into zelfdb_fdb_records.
+ *
+ * @param vid     low 16 bits used
+ * @param cursor  zeroed before the first call
+ * @param buffer  record size at least 20; must still hold the previous call's records
+ * @return 1 = buffer full, call again; 0 = done; -1 = no descriptor, no such VLAN, record size below 20, or the entry
+ *         at which the previous call stopped is gone. buffer->total receives the VLAN's entries of ALL types.
+ * Error word: none. Takes the main and FDB locks; they are given back main first.
+ */
+ZELFDB_API int zelfdb_get_all_dfil(uint32_t vid, zelfdb_fdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/** Lists a VLAN's STATIC entries; as zelfdb_get_all_dfil, with the locks given back FDB first. */
+ZELFDB_API int zelfdb_get_all_sfil(uint32_t vid, zelfdb_fdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/**
+ * Lists a port's LOCAL entries; as zelfdb_get_all_dfil.
+ *
+ * WARNING: it gives back the main lock only. The FDB lock STAYS with the calling process until that process ends, also
+ * when the listing fails (unless no descriptor could be opened). The next operation of the process that needs the FDB
+ * lock, a continued listing included, waits for ever, and holds the main lock while it waits. Call it in a child
+ * process of its own.
+ */
+ZELFDB_API int zelfdb_get_all_lfil(uint32_t port, zelfdb_fdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/**
+ * Removes every STATIC entry that names the port, in all VLANs, whatever its permit. The port need not exist.
+ * @param err  final: 0, or 1 when no descriptor could be opened
+ * @return 0, or -1 when no descriptor could be opened. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_delete_sfil_select_port(uint32_t port, uint32_t* err);
+
+/** The same on the caller's descriptor; no error word. @return always 0 */
+ZELFDB_API int zelfdb_delete_sfil_select_port2(zelfdb_descriptor* descriptor, uint32_t port);
+
+/* ==== Ports =============================================================================================== */
+
+/**
+ * Creates a port. An Ethernet port is bound to its physical port, which can serve one at a time. The new port is down,
+ * in no VLAN, PVID 0, tag type 0x8100, aging 300 s. Fields that only other operations set keep what the record held.
+ *
+ * @param port_id  1..199, the caller's business: other values create a port that is never found again
+ * @param phport   1..4 for an Ethernet port, else stored unchecked (low 8 bits)
+ * @param p_type   enum zelfdb_port_type
+ * @param err      on failure: 1, 1202, 1204, 1203, 1201 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. With 1201 the physical port stays marked as bound.
+ * Takes the main and FDB locks. While the NP refuses, sleeps 1 s between two attempts.
+ */
+ZELFDB_API int zelfdb_create_port(uint32_t port_id, uint32_t phport, int32_t p_type, uint32_t* err);
+
+/**
+ * Deletes a port with its static entries in all VLANs and its own local entries. Learned entries of the port stay until
+ * they are cleared or its ID is used again.
+ *
+ * @param err  on failure: 1, 102, 1301 (still in a VLAN), 1302 (uplink), tested in this order
+ * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_delete_port(uint32_t port_id, uint32_t* err);
+
+/**
+ * @param phport  1..4
+ * @param info    filled on success
+ * @param err     on failure: 1, 108
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_phinfo(uint32_t phport, zelfdb_phinfo* info, uint32_t* err);
+
+/**
+ * Stores a physical port's shaping and programs it into the NP.
+ *
+ * @param phport          1..4
+ * @param shaping_rate    0 = not shaped
+ * @param shaping_param2  second shaping value, in the NP's units
+ * @param err             on failure: 1, 108
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_ph_shaping(uint32_t phport, uint32_t shaping_rate, uint32_t shaping_param2, uint32_t* err);
+
+/* ==== VLANs =============================================================================================== */
+
+/**
+ * Creates a VLAN without members.
+ *
+ * @param name  NUL-terminated, at most 30 characters
+ * @param vid   in: 1..4094, or negative for the lowest free VID; out: the VID. Null is refused with 1.
+ * @param err   preset; on failure 1, 1403, 1401, then 1406 (negative VID) or 201, 1402, then 1404
+ * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_create_vlan(const char* name, int32_t* vid, uint32_t* err);
+
+/**
+ * Deletes a VLAN that has no members, with all entries of its database.
+ * @param err  preset; on failure 1, 103, 1501
+ * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks; sleeps as zelfdb_clear_fdb does.
+ */
+ZELFDB_API int zelfdb_delete_vlan(uint32_t vid, uint32_t* err);
+
+/**
+ * @param vid   low 16 bits used
+ * @param info  a ZEROED record with room for the port IDs that follow it (at least ZELFDB_VLAN_INFO_SIZE bytes in all;
+ *              there is no bound: the caller sizes it for the ports that may have this PVID)
+ * @return 0, or -1 if there is no such VLAN or no descriptor. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_vlan_info(uint32_t vid, zelfdb_vlan_info* info);
+
+/**
+ * Reads VLANs in VID order into zelfdb_vlan_info records. A record never runs past its own end: port IDs that do not
+ * fit are left out, while npvid counts them all. Records are not cleared first (see npvid).
+ *
+ * @param cursor  zeroed before the first call
+ * @param buffer  record size at least 216
+ * @return 0 = the list has ended; 1 = buffer full, call again; -1 = no descriptor, record size too small, no VLAN at
+ *         all, or the VLAN at which the previous call stopped is gone. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_all_vlaninfo(zelfdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/**
+ * @param vid  receives the VID of the VLAN with exactly that name
+ * @param err  on failure: 1, 103
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_vid(const char* name, uint32_t* vid, uint32_t* err);
+
+/** zelfdb_get_vid on the caller's descriptor (needs no NP). */
+ZELFDB_API int zelfdb_get_vid2(zelfdb_descriptor* descriptor, const char* name, uint32_t* vid, uint32_t* err);
+
+/**
+ * @param name  room for 31 bytes; receives the name with its terminator
+ * @param err   on failure: 1, 103
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_vlanname(uint32_t vid, char* name, uint32_t* err);
+
+/** zelfdb_get_vlanname on the caller's descriptor (needs no NP). */
+ZELFDB_API int zelfdb_get_vlanname2(zelfdb_descriptor* descriptor, uint32_t vid, char* name, uint32_t* err);
+
+/**
+ * Member ports of a VLAN, in ascending order.
+ *
+ * @param max       room in port_ids, at least 1
+ * @param port_ids  receives up to max IDs
+ * @param err       on failure: 1 (also for max below 1), 103, 1701 (no member)
+ * @return the number of members, which can exceed max, or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_portID_from_vid(int32_t max, uint32_t vid, uint32_t* port_ids, uint32_t* err);
+
+/** The same on the caller's descriptor (needs no NP); max below 1 gives -1 and leaves the error word alone. */
+ZELFDB_API int zelfdb_get_portID_from_vid2(zelfdb_descriptor* descriptor, int32_t max, uint32_t vid, uint32_t* port_ids,
+                                           uint32_t* err);
+
+/**
+ * VIDs of a port's memberships, in ascending order, on the caller's descriptor (needs no NP).
+ *
+ * @param max   room in vids, at least 1; below 1 gives -1 and leaves the error word alone
+ * @param err   on failure: 102, 1701 (no membership)
+ * @return the number of memberships, which can exceed max, or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_vid_from_portID2(zelfdb_descriptor* descriptor, int32_t max, uint32_t port_id, uint32_t* vids,
+                                           uint32_t* err);
+
+/* ==== VLAN memberships ==================================================================================== */
+
+/**
+ * Makes a port a member of a VLAN. An untagged membership that is not by protocol makes the VLAN the port's PVID. A
+ * further group for an existing membership by protocol extends that membership and changes no counter but the history.
+ *
+ * @param vid             low 16 bits used
+ * @param tagged          non-zero = tagged
+ * @param tagtype         tag protocol identifier of the membership (low 16 bits)
+ * @param protocol_based  non-zero = only the frames of one protocol group
+ * @param group           protocol group ID, read only when protocol_based is non-zero. Keep a port within eight
+ *                        group bindings: only a further group for an existing membership is checked against that.
+ * @param err             preset; on failure 1, 103, 102, 1604, 1614, 2803, 1613, 1612, then 1603, 1615, 1616 for an
+ *                        existing membership, or 1605 (tested in this order)
+ * @return 0 or -1, the database unchanged on failure. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_port_to_vlan(uint32_t vid, uint32_t port_id, uint32_t tagged, uint32_t tagtype,
+                                       uint32_t protocol_based, int32_t group, uint32_t* err);
+
+/**
+ * Ends a membership and flushes the port's DYNAMIC entries in all VLANs.
+ * @param err  preset; on failure 1, 103, 102, 1302 (uplink), 1701, 1702 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_rem_port_from_vlan(uint32_t vid, uint32_t port_id, uint32_t* err);
+
+/**
+ * Reads a port's memberships in VID order into zelfdb_pv_info records.
+ *
+ * @param cursor  zeroed before the first call
+ * @param buffer  record size at least 48; total receives the number of memberships
+ * @return 0 = the list has ended; 1 = buffer full, call again; -1 = no descriptor, no such port, record size too small,
+ *         no membership, or the one at which the previous call stopped is gone. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_all_pvinfo_in_a_port(uint32_t port_id, zelfdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
