@@ -1,31 +1,15 @@
 // Reading VLANs: one, all, by name, by port.
 #include <cstring>
 
+#include "core/bounded_words.h"
 #include "core/bulk.h"
 #include "core/call.h"
 
 namespace zelfdb {
 namespace {
 
-// Writes words into a caller's record, up to a byte limit: what does not fit is left out.
-class BoundedWords {
-public:
-    BoundedWords(u8* record, std::size_t from, std::size_t limit) : record_(record), at_(from), limit_(limit) {}
-    void put(u32 word)
-    {
-        if (at_ + sizeof word <= limit_) std::memcpy(record_ + at_, &word, sizeof word);
-        at_ += sizeof word;
-    }
-
-private:
-    u8* record_;
-    std::size_t at_;
-    std::size_t limit_;
-};
-
 constexpr std::size_t rows_at = offsetof(zelfdb_vlan_info, member);
 constexpr std::size_t pvid_list_at = sizeof(zelfdb_vlan_info);
-constexpr std::size_t unbounded = SIZE_MAX;
 
 void add_to_word(u8* at, u32 by)
 {
@@ -112,7 +96,7 @@ int zelfdb_get_vlan_info(uint32_t vid, zelfdb_vlan_info* info)
     const Vlan* const vlan = call.vlan(vid);
     if (!vlan) return call.fail(ZELFDB_NO_VLAN);
 
-    write_vlan(call, *vlan, reinterpret_cast<u8*>(info), unbounded);
+    write_vlan(call, *vlan, reinterpret_cast<u8*>(info), BoundedWords::unbounded);
     return 0;
 }
 

@@ -47,39 +47,52 @@ extern "C" {
 
 enum zelfdb_code {
     ZELFDB_DONE = 0,
-    ZELFDB_NO_DESCRIPTOR = 1,       /* no descriptor could be opened (also the preset value) */
-    ZELFDB_NO_PORT = 102,           /* no such port */
-    ZELFDB_NO_VLAN = 103,           /* no such VLAN */
-    ZELFDB_NO_MAC = 105,            /* no entry with that MAC in that database */
-    ZELFDB_NO_PHPORT = 108,         /* no such physical port */
-    ZELFDB_BAD_VID = 201,           /* VID outside 1..4094 */
-    ZELFDB_PORT_POOL_EMPTY = 1201,  /* no free port record */
-    ZELFDB_PORT_EXISTS = 1202,      /* the port exists already */
-    ZELFDB_PHPORT_BOUND = 1203,     /* the physical port is bound to an Ethernet port already */
-    ZELFDB_PHPORT_UNKNOWN = 1204,   /* no such physical port (port creation) */
-    ZELFDB_PORT_IN_VLAN = 1301,     /* the port is still a member of a VLAN */
-    ZELFDB_PORT_IS_UPLINK = 1302,   /* the port is an uplink */
-    ZELFDB_NAME_IN_USE = 1401,      /* the VLAN name is in use */
-    ZELFDB_VID_IN_USE = 1402,       /* the VID is in use */
-    ZELFDB_NAME_TOO_LONG = 1403,    /* the VLAN name has 31 characters or more */
-    ZELFDB_VLAN_POOL_EMPTY = 1404,  /* no free VLAN record */
-    ZELFDB_NO_FREE_VID = 1406,      /* every VID of 1..4094 is in use */
-    ZELFDB_VLAN_HAS_PORTS = 1501,   /* the VLAN still has members */
-    ZELFDB_ALREADY_MEMBER = 1603,   /* the port is a member of the VLAN already */
-    ZELFDB_TAGGED_BAD_VID = 1604,   /* tagged membership of a VLAN whose VID is outside 1..4094 */
-    ZELFDB_VLAN_FULL = 1605,        /* the VLAN has eight members already */
-    ZELFDB_VLAN_HAS_VIF = 1612,     /* the VLAN has a virtual-interface member already */
-    ZELFDB_VIF_HAS_PVID = 1613,     /* the virtual-interface port has a PVID already */
-    ZELFDB_PORT_HAS_PVID = 1614,    /* untagged membership for a port that has a PVID already */
-    ZELFDB_GROUP_JOINED = 1615,     /* the port belongs to a VLAN through that protocol group already */
-    ZELFDB_GROUP_TABLE_FULL = 1616, /* the port's protocol-VLAN table is full */
-    ZELFDB_NOT_MEMBER = 1701,       /* the port is not a member, or the VLAN or port has no membership */
-    ZELFDB_PV_CLASSIFIED = 1702,    /* the membership still has a classify profile bound */
-    ZELFDB_MAC_EXISTS = 2001,       /* an entry with that MAC exists and may not be replaced */
-    ZELFDB_FDB_FULL = 2002,         /* user limit reached, pool exhausted, or the NP refused the entry */
-    ZELFDB_PERMIT_DIFFERS = 2101,   /* the entry's permit differs from the one given */
-    ZELFDB_TYPE_DIFFERS = 2102,     /* the entry's type differs from the one asked for */
-    ZELFDB_NO_PROTGROUP = 2803      /* no such protocol group */
+    ZELFDB_NO_DESCRIPTOR = 1,            /* no descriptor could be opened (also the preset value) */
+    ZELFDB_NO_PORT = 102,                /* no such port */
+    ZELFDB_NO_VLAN = 103,                /* no such VLAN */
+    ZELFDB_NO_MAC = 105,                 /* no entry with that MAC in that database */
+    ZELFDB_NO_PHPORT = 108,              /* no such physical port */
+    ZELFDB_BAD_VID = 201,                /* VID outside 1..4094 */
+    ZELFDB_NOT_VIF = 206,                /* the port is not a virtual interface */
+    ZELFDB_PORT_POOL_EMPTY = 1201,       /* no free port record */
+    ZELFDB_PORT_EXISTS = 1202,           /* the port exists already */
+    ZELFDB_PHPORT_BOUND = 1203,          /* the physical port is bound to an Ethernet port already */
+    ZELFDB_PHPORT_UNKNOWN = 1204,        /* no such physical port (port creation) */
+    ZELFDB_PORT_ENABLED = 1205,          /* the port is enabled already */
+    ZELFDB_PORT_IN_VLAN = 1301,          /* the port is still a member of a VLAN */
+    ZELFDB_PORT_IS_UPLINK = 1302,        /* the port is an uplink */
+    ZELFDB_PORT_HAS_STREAM = 1303,       /* the port still has a stream */
+    ZELFDB_PORT_DISABLED = 1304,         /* the port is disabled already */
+    ZELFDB_NAME_IN_USE = 1401,           /* the VLAN name is in use */
+    ZELFDB_VID_IN_USE = 1402,            /* the VID is in use */
+    ZELFDB_NAME_TOO_LONG = 1403,         /* the VLAN name has 31 characters or more */
+    ZELFDB_VLAN_POOL_EMPTY = 1404,       /* no free VLAN record */
+    ZELFDB_NO_FREE_VID = 1406,           /* every VID of 1..4094 is in use */
+    ZELFDB_VLAN_HAS_PORTS = 1501,        /* the VLAN still has members */
+    ZELFDB_ALREADY_MEMBER = 1603,        /* the port is a member of the VLAN already */
+    ZELFDB_TAGGED_BAD_VID = 1604,        /* tagged membership of a VLAN whose VID is outside 1..4094 */
+    ZELFDB_VLAN_FULL = 1605,             /* the VLAN has eight members already */
+    ZELFDB_VLAN_HAS_VIF = 1612,          /* the VLAN has a virtual-interface member already */
+    ZELFDB_VIF_HAS_PVID = 1613,          /* the virtual-interface port has a PVID already */
+    ZELFDB_PORT_HAS_PVID = 1614,         /* untagged membership for a port that has a PVID already */
+    ZELFDB_GROUP_JOINED = 1615,          /* the port belongs to a VLAN through that protocol group already */
+    ZELFDB_GROUP_TABLE_FULL = 1616,      /* the port's protocol-VLAN table is full */
+    ZELFDB_NOT_MEMBER = 1701,            /* the port is not a member, or the VLAN or port has no membership */
+    ZELFDB_PV_CLASSIFIED = 1702,         /* the membership still has a classify profile bound */
+    ZELFDB_MAC_EXISTS = 2001,            /* an entry with that MAC exists and may not be replaced */
+    ZELFDB_FDB_FULL = 2002,              /* user limit reached, pool exhausted, or the NP refused the entry */
+    ZELFDB_PERMIT_DIFFERS = 2101,        /* the entry's permit differs from the one given */
+    ZELFDB_TYPE_DIFFERS = 2102,          /* the entry's type differs from the one asked for */
+    ZELFDB_VIF_NO_SLDBKR = 2201,         /* a virtual interface has no loop breaker */
+    ZELFDB_BAD_CLASS = 2203,             /* policing class above 7 */
+    ZELFDB_PROTGROUPS_FULL = 2801,       /* there are eight protocol groups already */
+    ZELFDB_PROTGROUP_EXISTS = 2802,      /* the protocol group exists already */
+    ZELFDB_NO_PROTGROUP = 2803,          /* no such protocol group */
+    ZELFDB_PROTGROUP_FULL = 2804,        /* the group holds eight protocols already */
+    ZELFDB_PROTOCOL_IN_GROUP = 2805,     /* the protocol is in this group already */
+    ZELFDB_PROTOCOL_ELSEWHERE = 2806,    /* the protocol belongs to another group */
+    ZELFDB_PROTOCOL_NOT_IN_GROUP = 2807, /* the protocol is not in the group */
+    ZELFDB_PROTGROUP_USED = 2911         /* a port still uses the group */
 };
 
 /* ==== Values ============================================================================================== */
@@ -93,6 +106,29 @@ enum zelfdb_fil_type { ZELFDB_FIL_LOCAL = 1, ZELFDB_FIL_STATIC = 2, ZELFDB_FIL_D
 
 /** Permit of an entry: 1 = system entry (never counted against the user limit), anything else = user entry. */
 #define ZELFDB_FIL_SYSTEM 1u
+
+/** What zelfdb_set_param_to_port applies, and whether the flags reach the NP. */
+enum zelfdb_param_selector {
+    ZELFDB_SELECT_P_FLAG = 0x0001, /* the p_flag bits that the flag mask names */
+    ZELFDB_SELECT_PRI = 0x0004,
+    ZELFDB_SELECT_PHPORT = 0x0008,
+    ZELFDB_SELECT_TAGTYPE = 0x0010,
+    ZELFDB_SELECT_PVID = 0x0020,
+    ZELFDB_SELECT_AGING = 0x0040,
+    ZELFDB_SELECT_SLDBKR = 0x0080,
+    ZELFDB_SELECT_P_FLAG_TO_NP = 0x8000 /* send the p_flag bits that the flag mask names */
+};
+
+/** Bits of a port's p_flag that have a meaning to the library; the others are the NP's. */
+enum zelfdb_p_flag {
+    ZELFDB_P_LEARN = 0x0001,          /* learning; set only while the port is up */
+    ZELFDB_P_UNTAGGED = 0x0010,       /* untagged and priority-tagged frames are admitted */
+    ZELFDB_P_INGRESS_FILTER = 0x0020, /* frames of VLANs that the port is no member of are not admitted */
+    ZELFDB_P_TAG_AWARE = 0x0040       /* tagged frames are recognised */
+};
+
+/** Operational state of a port. */
+enum zelfdb_optate { B_PORT_DOWN = 0, B_PORT_UP = 1 };
 
 /** Bits of a membership's flag byte. */
 #define ZELFDB_PV_TAGGED 0x1u
@@ -208,6 +244,80 @@ typedef struct zelfdb_vlan_info {
 
 /** Smallest record size of zelfdb_get_all_vlaninfo. */
 #define ZELFDB_VLAN_INFO_SIZE 216u
+
+/** The parameters of zelfdb_set_param_to_port (10 bytes). */
+typedef struct zelfdb_port_param {
+    uint16_t p_flag;
+    uint8_t p_type; /* not used */
+    uint8_t pri;
+    uint8_t phport;
+    uint8_t pad5; /* not used */
+    uint16_t tagtype;
+    uint16_t PVID;
+} zelfdb_port_param;
+
+/** One protocol binding of a port: frames of the group belong to the VLAN. */
+typedef struct zelfdb_prot_binding {
+    uint16_t group;
+    uint16_t VID;
+} zelfdb_prot_binding;
+
+/** One class policing row of a port. */
+typedef struct zelfdb_policing {
+    uint8_t color;
+    uint8_t pad1[3];
+    uint32_t rate;
+    uint32_t burst;
+} zelfdb_policing;
+
+/** One membership row of a zelfdb_port_info (12 bytes). */
+typedef struct zelfdb_port_member {
+    uint32_t VID;
+    uint32_t pv_flag;
+    uint32_t tagtype;
+} zelfdb_port_member;
+
+/** A port (992 bytes). A port can be in more VLANs than there are rows; see the readers. */
+typedef struct zelfdb_port_info {
+    uint32_t port_id;
+    uint16_t p_flag;
+    uint8_t p_type;
+    uint8_t pri;
+    uint8_t phport;
+    uint8_t pad9;
+    uint16_t tagtype;
+    uint16_t PVID;
+    uint8_t pad14[2];
+    uint32_t npg; /* protocol bindings in use */
+    zelfdb_prot_binding prot[8];
+    zelfdb_policing policing[8];
+    uint32_t cosmap[8];
+    uint32_t valbit;
+    uint32_t optate; /* enum zelfdb_optate */
+    uint32_t aging_s;
+    uint32_t sldbkr_on;
+    uint32_t sldbkr_state; /* 0 idle, 1 armed, 2 tripped */
+    uint32_t def_spno;     /* this and the next four: zelfdb_get_portinfo only */
+    uint32_t def_pri;
+    uint32_t def_color;
+    uint32_t bw_calc_mode;
+    uint32_t link_frames_fwd; /* bit n: link-local frames to 01-80-C2-00-00-n are not held by the port */
+    uint32_t nmember;         /* memberships; see the readers for a port without any */
+    zelfdb_port_member member[64];
+} zelfdb_port_info;
+
+/** One protocol group (20 bytes). */
+typedef struct zelfdb_protgroup {
+    uint16_t group;
+    uint16_t nprot;
+    uint16_t prot[8];
+} zelfdb_protgroup;
+
+/** All protocol groups (164 bytes): the first count entries, in creation order. */
+typedef struct zelfdb_protgroup_info {
+    uint32_t count;
+    zelfdb_protgroup group[8];
+} zelfdb_protgroup_info;
 
 /** One membership of a port (48 bytes). */
 typedef struct zelfdb_pv_info {
@@ -452,6 +562,191 @@ ZELFDB_API int zelfdb_get_phinfo(uint32_t phport, zelfdb_phinfo* info, uint32_t*
  */
 ZELFDB_API int zelfdb_set_ph_shaping(uint32_t phport, uint32_t shaping_rate, uint32_t shaping_param2, uint32_t* err);
 
+/* ---- parameters ---- */
+
+/**
+ * Changes general parameters of a port, in this order: p_flag, pri, phport, PVID, tag type, aging, loop breaker, flags to
+ * the NP. Of p_flag the bits 0x3377 can be changed; 0x1 and 0x2 are set only while the port is up (a request to set them
+ * on a port that is down is dropped without an error). The changed flags reach the NP only with
+ * ZELFDB_SELECT_P_FLAG_TO_NP. A changed phport does not change which physical port is marked as bound. Switching the
+ * breaker off or on leaves a tripped one tripped.
+ *
+ * @param port_id    1..199
+ * @param param      read only
+ * @param aging_s    aging time of learned entries, seconds
+ * @param sldbkr_on  1 = loop breaker on, anything else = off
+ * @param selector   enum zelfdb_param_selector bits: what to apply
+ * @param flag_mask  which bits of p_flag count
+ * @param err        preset; on failure 1, 102, 2201 (breaker of a virtual interface; nothing is changed)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_set_param_to_port(uint32_t port_id, const zelfdb_port_param* param, uint32_t aging_s,
+                                        int32_t sldbkr_on, int32_t selector, int32_t flag_mask, uint32_t* err);
+
+/** zelfdb_set_param_to_port on the caller's descriptor. */
+ZELFDB_API int zelfdb_set_param_to_port2(zelfdb_descriptor* descriptor, uint32_t port_id,
+                                         const zelfdb_port_param* param, uint32_t aging_s, int32_t sldbkr_on,
+                                         int32_t selector, int32_t flag_mask, uint32_t* err);
+
+/**
+ * Stores and programs the policing of one class of a port.
+ *
+ * @param class_no  0..7; a negative one is not stored but reaches the NP
+ * @param rate, burst  in the NP's units; rate 0 = not policed
+ * @param color     0 green, 1 yellow, 2 red (low 8 bits stored)
+ * @param err       on failure: 1, 102, 2203 (class above 7)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_port_class_policing(uint32_t port_id, int32_t class_no, uint32_t rate, uint32_t burst,
+                                              int32_t color, uint32_t* err);
+
+/**
+ * Stores and programs a port's class-of-service map.
+ *
+ * @param valbit  bit i = cosmap[i] is in use
+ * @param cosmap  eight words
+ * @param err     on failure: 1, 102
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_port_cosmap(uint32_t port_id, uint32_t valbit, const uint32_t* cosmap, uint32_t* err);
+
+/**
+ * Stores a port's bandwidth calculation mode and programs it into the NP.
+ *
+ * @param mode  0 = frame bytes only; other values as the NP defines
+ * @param err   on failure: 1, 102
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_port_bandwidth_calc_mode(uint32_t port_id, uint32_t mode, uint32_t* err);
+
+/**
+ * Stores and programs where a port's unclassified frames go.
+ *
+ * @param def_spno   stream number of the port, counted from 0
+ * @param def_pri    priority (class)
+ * @param def_color  0 green, 1 yellow, 2 red
+ * @param err        on failure: 1, 102
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_default_class(uint32_t port_id, uint32_t def_spno, uint32_t def_pri, uint32_t def_color,
+                                        uint32_t* err);
+
+/**
+ * Holds (by a LOCAL system entry of the port) or releases the link-local frames to 01-80-C2-00-00-n. Doing so twice is
+ * no error.
+ *
+ * @param n       low 8 bits are the address's last byte; the port's bitmap covers 0..31
+ * @param action  0 = hold, 1 = release
+ * @param err     on failure: 1 (no descriptor, or another action), 102, or 2002, 2101, 2102 of the entry
+ * @return 0 or -1. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_set_port_link_frames(uint32_t port_id, uint32_t n, int32_t action, uint32_t* err);
+
+/* ---- state and link ---- */
+
+/**
+ * Enables a port in the database and the NP. The port's p_flag stays as it is.
+ * @param err  on failure: 1, 102, 1205 (enabled already); untouched when the NP refuses
+ * @return 0; -1 on failure, and also when the NP refuses (the port counts as enabled all the same). Main lock.
+ */
+ZELFDB_API int zelfdb_enable_port(uint32_t port_id, uint32_t* err);
+
+/** Disables a port; as zelfdb_enable_port. @param err on failure: 1, 102, 1304 (disabled already) */
+ZELFDB_API int zelfdb_disable_port(uint32_t port_id, uint32_t* err);
+
+/**
+ * Tells the database of a link change. Nothing is recorded.
+ *
+ * @param state  enum zelfdb_optate
+ * @param flush  1 = remove the port's DYNAMIC entries in all VLANs; any other value removes none
+ * @return 0, or -1 if there is no such port or the state is above 1. Error word: none. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_notify_portstate(zelfdb_descriptor* descriptor, uint32_t port_id, uint32_t state, int32_t flush);
+
+/**
+ * Brings a tripped loop breaker back: armed if it is switched on, idle otherwise. The flags that the trip removed are not
+ * restored: use zelfdb_set_param_to_port.
+ *
+ * @param err  on failure: 1, 102; UNTOUCHED on success
+ * @return -1 ALWAYS: set the word to 0 before the call and judge by it. Takes the main and FDB locks.
+ */
+ZELFDB_API int zelfdb_recover_port_sldbkr(uint32_t port_id, uint32_t* err);
+
+/**
+ * Marks a port as uplink (1): it can be neither deleted nor removed from a VLAN until the mark is cleared (0).
+ * @param err  on failure: 1, 102, 1701 (the port has no membership; also when clearing)
+ * @return 0 or -1. Nothing is sent to the NP. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_uplink_flag(uint32_t port_id, uint32_t value, uint32_t* err);
+
+/** zelfdb_set_uplink_flag on the caller's descriptor (needs no NP). */
+ZELFDB_API int zelfdb_set_uplink_flag2(zelfdb_descriptor* descriptor, uint32_t port_id, uint32_t value, uint32_t* err);
+
+/**
+ * Stores a port's link mode, which only the platform's daemons interpret. 1 at creation.
+ * @param err  on failure: 1, 102
+ * @return 0 or -1. Nothing is sent to the NP. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_link_mode(uint32_t port_id, uint32_t mode, uint32_t* err);
+
+/**
+ * Stores a port's link dependency, which only the platform's daemons interpret. 1 at creation.
+ * @param list_bits  bit i = physical port i + 1
+ * @param err        on failure: 1, 102
+ * @return 0 or -1. Nothing is sent to the NP. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_link_depend(uint32_t port_id, uint32_t link_depend, uint32_t list_bits, uint32_t* err);
+
+/* ---- queries ---- */
+
+/**
+ * Reads one port.
+ *
+ * @param info  filled on success. nmember is the number of memberships, but 1 for a port without any (no row is
+ *              written then). ALL memberships get a row: a caller whose ports can be in more than 64 VLANs passes a
+ *              larger buffer, there is no bound.
+ * @return 0, or -1 if there is no such port or no descriptor. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_portinfo(uint32_t port_id, zelfdb_port_info* info);
+
+/**
+ * Reads ports in ID order into zelfdb_port_info records. def_spno to link_frames_fwd are not written, nor is nmember for a
+ * port without memberships. A record never runs past its own end: rows that do not fit are left out, while nmember
+ * counts them all.
+ *
+ * @param cursor  zeroed before the first call
+ * @param buffer  record size at least 992
+ * @return 0 = the list has ended; 1 = buffer full, call again; -1 = no descriptor, record size too small, no port at
+ *         all, or the port at which the previous call stopped is gone. Error word: none. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_all_portinfo(zelfdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/**
+ * VID of a virtual interface: that of its first membership.
+ *
+ * @param vid  receives the VID, 0 on failure
+ * @param err  on failure: 1, 102, 206 (not a virtual interface), 1701 (no membership)
+ * @return 0 or -1; -1 at once, with nothing written, if either pointer is null. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_port_vid(uint32_t port_id, uint32_t* vid, uint32_t* err);
+
+/** zelfdb_get_port_vid on the caller's descriptor (needs no NP). */
+ZELFDB_API int zelfdb_get_port_vid2(zelfdb_descriptor* descriptor, uint32_t port_id, uint32_t* vid, uint32_t* err);
+
+/**
+ * Tells whether any stream with a number of this port, (port_id - 1) * 256 + 0..255 modulo 65536, exists.
+ * @param err  on failure: 1, 102, 1303 (there is one)
+ * @return 0 = none exists, or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_check_stream_in_port(uint32_t port_id, uint32_t* err);
+
+/**
+ * Prints everything that the database holds about a port on standard output, for diagnosis.
+ * @param err  on failure: 1, 102
+ * @return 0 or -1. Takes the main and FDB locks for the whole printout: do not let standard output block.
+ */
+ZELFDB_API int zelfdb_display_port_data(uint32_t port_id, uint32_t* err);
+
 /* ==== VLANs =============================================================================================== */
 
 /**
@@ -569,6 +864,76 @@ ZELFDB_API int zelfdb_rem_port_from_vlan(uint32_t vid, uint32_t port_id, uint32_
  *         no membership, or the one at which the previous call stopped is gone. Error word: none. Takes the main lock.
  */
 ZELFDB_API int zelfdb_get_all_pvinfo_in_a_port(uint32_t port_id, zelfdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/* ==== VLAN settings ======================================================================================= */
+
+/**
+ * Switches simple loop detection. VID 0 = every VLAN (no VLAN at all is a success).
+ * @param on   non-zero = on
+ * @param err  preset; on failure 1, 103
+ * @return 0 or -1. Nothing is sent to the NP. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_vlan_sld(int32_t vid, uint32_t on, uint32_t* err);
+
+/**
+ * Sets up to how many entries, of all types, learning adds to a VLAN. VID 0 = every VLAN.
+ * @param limit  0 = no limit; entries above a lowered limit stay
+ * @param err    preset; on failure 1, 103
+ * @return 0 or -1. Takes the main lock. Needs no NP.
+ */
+ZELFDB_API int zelfdb_set_vlan_learninglimit(int32_t vid, uint32_t limit, uint32_t* err);
+
+/**
+ * Makes the NP flood a VLAN's frames whatever its FDB holds. VID 0 = every VLAN; the NP is then told of every VLAN but
+ * the last.
+ * @param on   non-zero = on
+ * @param err  preset; on failure 1, 103
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_vlan_ignore_fdb(uint32_t vid, uint32_t on, uint32_t* err);
+
+/** Switches learning off in the NP (indications that come all the same are learned); as zelfdb_set_vlan_ignore_fdb. */
+ZELFDB_API int zelfdb_set_vlan_learning_off(uint32_t vid, uint32_t on, uint32_t* err);
+
+/* ==== Protocol groups ===================================================================================== */
+
+/**
+ * Creates a protocol group without protocols.
+ * @param group_id  low 16 bits used
+ * @param err       preset; on failure 1, 2801 (eight exist), 2802; 1 too when the NP refuses
+ * @return 0; -1 on failure, and also when the NP refuses (the group exists all the same). Takes the main lock.
+ */
+ZELFDB_API int zelfdb_create_protgroup(uint32_t group_id, uint32_t* err);
+
+/** Deletes a group; as zelfdb_create_protgroup. @param err preset; on failure 1, 2803, 2911 (a port uses it) */
+ZELFDB_API int zelfdb_delete_protgroup(uint32_t group_id, uint32_t* err);
+
+/**
+ * Adds a protocol (an ethertype) to a group. A protocol belongs to one group at most.
+ * @param protocol, group_id  low 16 bits used
+ * @param err  preset; on failure 1, 2805 (in this group) or 2806 (in another), 2803, 2804 (eight already)
+ * @return as zelfdb_create_protgroup. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_prot_to_group(uint32_t protocol, uint32_t group_id, uint32_t* err);
+
+/** Removes a protocol from a group; as zelfdb_create_protgroup. @param err preset; on failure 1, 2803, 2807 */
+ZELFDB_API int zelfdb_remove_prot_from_group(uint32_t protocol, uint32_t group_id, uint32_t* err);
+
+/**
+ * Copies all protocol groups.
+ * @param info  filled on success
+ * @param err   preset; 1 on failure
+ * @return 0, or -1 if no descriptor could be opened. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_protgroup_info(zelfdb_protgroup_info* info, uint32_t* err);
+
+/**
+ * Prints everything that the database holds about a VLAN on standard output, for diagnosis.
+ * @param vid  low 16 bits used
+ * @param err  on failure: 1, 103
+ * @return 0 or -1. Takes the main and FDB locks for the whole printout: do not let standard output block.
+ */
+ZELFDB_API int zelfdb_display_vlan_data(uint32_t vid, uint32_t* err);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,4 @@
 // Proofs of the caller records' layout. Their bytes are read by programs built elsewhere.
-#pragma once
-
 #include "core/types.h"
 #include "zelfdb/vf.h"
 #include "zelfdb/zelfdb.h"
@@ -79,6 +77,66 @@ FIELD_AT(zelfdb_vlan_info, nuntagged, 44);
 FIELD_AT(zelfdb_vlan_info, npvid, 48);
 FIELD_AT(zelfdb_vlan_info, nfil, 52);
 FIELD_AT(zelfdb_vlan_info, member, 56);
+
+RECORD_IS(zelfdb_port_param, 10);
+FIELD_AT(zelfdb_port_param, p_flag, 0);
+FIELD_AT(zelfdb_port_param, p_type, 2);
+FIELD_AT(zelfdb_port_param, pri, 3);
+FIELD_AT(zelfdb_port_param, phport, 4);
+FIELD_AT(zelfdb_port_param, pad5, 5);
+FIELD_AT(zelfdb_port_param, tagtype, 6);
+FIELD_AT(zelfdb_port_param, PVID, 8);
+
+RECORD_IS(zelfdb_prot_binding, 4);
+FIELD_AT(zelfdb_prot_binding, group, 0);
+FIELD_AT(zelfdb_prot_binding, VID, 2);
+
+RECORD_IS(zelfdb_policing, 12);
+FIELD_AT(zelfdb_policing, color, 0);
+FIELD_AT(zelfdb_policing, pad1, 1);
+FIELD_AT(zelfdb_policing, rate, 4);
+FIELD_AT(zelfdb_policing, burst, 8);
+
+RECORD_IS(zelfdb_port_member, 12);
+FIELD_AT(zelfdb_port_member, VID, 0);
+FIELD_AT(zelfdb_port_member, pv_flag, 4);
+FIELD_AT(zelfdb_port_member, tagtype, 8);
+
+RECORD_IS(zelfdb_port_info, 992);
+FIELD_AT(zelfdb_port_info, port_id, 0);
+FIELD_AT(zelfdb_port_info, p_flag, 4);
+FIELD_AT(zelfdb_port_info, p_type, 6);
+FIELD_AT(zelfdb_port_info, pri, 7);
+FIELD_AT(zelfdb_port_info, phport, 8);
+FIELD_AT(zelfdb_port_info, pad9, 9);
+FIELD_AT(zelfdb_port_info, tagtype, 10);
+FIELD_AT(zelfdb_port_info, PVID, 12);
+FIELD_AT(zelfdb_port_info, pad14, 14);
+FIELD_AT(zelfdb_port_info, npg, 16);
+FIELD_AT(zelfdb_port_info, prot, 20);
+FIELD_AT(zelfdb_port_info, policing, 52);
+FIELD_AT(zelfdb_port_info, cosmap, 148);
+FIELD_AT(zelfdb_port_info, valbit, 180);
+FIELD_AT(zelfdb_port_info, optate, 184);
+FIELD_AT(zelfdb_port_info, aging_s, 188);
+FIELD_AT(zelfdb_port_info, sldbkr_on, 192);
+FIELD_AT(zelfdb_port_info, sldbkr_state, 196);
+FIELD_AT(zelfdb_port_info, def_spno, 200);
+FIELD_AT(zelfdb_port_info, def_pri, 204);
+FIELD_AT(zelfdb_port_info, def_color, 208);
+FIELD_AT(zelfdb_port_info, bw_calc_mode, 212);
+FIELD_AT(zelfdb_port_info, link_frames_fwd, 216);
+FIELD_AT(zelfdb_port_info, nmember, 220);
+FIELD_AT(zelfdb_port_info, member, 224);
+
+RECORD_IS(zelfdb_protgroup, 20);
+FIELD_AT(zelfdb_protgroup, group, 0);
+FIELD_AT(zelfdb_protgroup, nprot, 2);
+FIELD_AT(zelfdb_protgroup, prot, 4);
+
+RECORD_IS(zelfdb_protgroup_info, 164);
+FIELD_AT(zelfdb_protgroup_info, count, 0);
+FIELD_AT(zelfdb_protgroup_info, group, 4);
 
 RECORD_IS(zelfdb_pv_info, 48);
 FIELD_AT(zelfdb_pv_info, VID, 0);
