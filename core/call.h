@@ -17,6 +17,9 @@ enum class Release { fdb_then_main, main_then_fdb, main_only };
 
 enum class Open { with_NP, database_only };
 
+// Whether the frame takes the locks at once, or the operation says when by enter().
+enum class Enter { now, later };
+
 // What an operation that stores 1 into its error word on entry does first. The 1 stays there on success, on purpose:
 // callers test the result, not the word.
 inline void preset(u32* err) { *err = ZELFDB_NO_DESCRIPTOR; }
@@ -24,32 +27,40 @@ inline void preset(u32* err) { *err = ZELFDB_NO_DESCRIPTOR; }
 class Call {
 public:
     // Opens a descriptor of its own and closes it at the end. err may be null: an operation without an error word.
-    Call(Lock lock, u32* err, Release release = Release::fdb_then_main, Open open = Open::with_NP)
+    Call(Lock lock, u32* err, Release release = Release::fdb_then_main, Open open = Open::with_NP,
+         Enter enter_when = Enter::now)
         : descriptor_(open == Open::with_NP ? open_descriptor() : open_descriptor2()),
           err_(err),
           lock_(lock),
           release_(release),
           own_(true)
     {
-        if (descriptor_) begin();
+        if (descriptor_ && enter_when == Enter::now) enter();
     }
 
     // Uses the caller's, which stays open.
     Call(Descriptor* callers, Lock lock, u32* err, Release release = Release::fdb_then_main)
         : descriptor_(callers), err_(err), lock_(lock), release_(release), own_(false)
     {
-        begin();
+        enter();
     }
 
     ~Call()
     {
         if (!descriptor_) return;
-        end();
+        if (entered_) leave();
         if (own_) close_descriptor(descriptor_);
     }
 
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
+
+    void enter()
+    {
+        begin_critical();
+        if (lock_ == Lock::main_and_fdb) begin_critical_fdb();
+        entered_ = true;
+    }
 
     explicit operator bool() const { return descriptor_ != nullptr; }
 
@@ -77,12 +88,7 @@ public:
     [[nodiscard]] Vlan* vlan(u32 vid) const { return lookup_vlan(base(), header(), vid & 0xFFFF); }
 
 private:
-    void begin() const
-    {
-        begin_critical();
-        if (lock_ == Lock::main_and_fdb) begin_critical_fdb();
-    }
-    void end() const
+    void leave() const
     {
         const bool both = lock_ == Lock::main_and_fdb;
         if (both && release_ == Release::fdb_then_main) end_critical_fdb();
@@ -95,6 +101,7 @@ private:
     Lock lock_;
     Release release_;
     bool own_;
+    bool entered_ = false;
 };
 
 }  // namespace zelfdb

@@ -129,6 +129,76 @@ FIELD_AT(zelfdb_port_info, link_frames_fwd, 216);
 FIELD_AT(zelfdb_port_info, nmember, 220);
 FIELD_AT(zelfdb_port_info, member, 224);
 
+RECORD_IS(zelfdb_red, 4);
+FIELD_AT(zelfdb_red, min_thresh, 0);
+FIELD_AT(zelfdb_red, max_thresh, 1);
+FIELD_AT(zelfdb_red, min_drop, 2);
+FIELD_AT(zelfdb_red, max_drop, 3);
+
+RECORD_IS(zelfdb_stream_class, 20);
+FIELD_AT(zelfdb_stream_class, np_word, 0);
+FIELD_AT(zelfdb_stream_class, np_second, 4);
+FIELD_AT(zelfdb_stream_class, red, 8);
+
+RECORD_IS(zelfdb_stream_info, 284);
+FIELD_AT(zelfdb_stream_info, streamno, 0);
+FIELD_AT(zelfdb_stream_info, portno, 4);
+FIELD_AT(zelfdb_stream_info, sno_port, 8);
+FIELD_AT(zelfdb_stream_info, priority, 12);
+FIELD_AT(zelfdb_stream_info, qos_type, 16);
+FIELD_AT(zelfdb_stream_info, minrate, 20);
+FIELD_AT(zelfdb_stream_info, minburst, 24);
+FIELD_AT(zelfdb_stream_info, maxrate, 28);
+FIELD_AT(zelfdb_stream_info, maxburst, 32);
+FIELD_AT(zelfdb_stream_info, np_first, 36);
+FIELD_AT(zelfdb_stream_info, np_second, 40);
+FIELD_AT(zelfdb_stream_info, nactive, 44);
+FIELD_AT(zelfdb_stream_info, queue_sizes, 48);
+FIELD_AT(zelfdb_stream_info, queue_lengths, 52);
+FIELD_AT(zelfdb_stream_info, row, 56);
+FIELD_AT(zelfdb_stream_info, tosmap_bits, 216);
+FIELD_AT(zelfdb_stream_info, tos_value, 220);
+FIELD_AT(zelfdb_stream_info, tos_mask, 252);
+
+RECORD_IS(zelfdb_match8, 4);
+FIELD_AT(zelfdb_match8, value, 0);
+FIELD_AT(zelfdb_match8, range_end, 1);
+FIELD_AT(zelfdb_match8, mask, 2);
+FIELD_AT(zelfdb_match8, ranged, 3);
+
+RECORD_IS(zelfdb_match16, 8);
+FIELD_AT(zelfdb_match16, value, 0);
+FIELD_AT(zelfdb_match16, range_end, 2);
+FIELD_AT(zelfdb_match16, mask, 4);
+FIELD_AT(zelfdb_match16, ranged, 6);
+
+RECORD_IS(zelfdb_match32, 16);
+FIELD_AT(zelfdb_match32, value, 0);
+FIELD_AT(zelfdb_match32, range_end, 4);
+FIELD_AT(zelfdb_match32, mask, 8);
+FIELD_AT(zelfdb_match32, ranged, 12);
+
+RECORD_IS(zelfdb_match_ext, 8);
+FIELD_AT(zelfdb_match_ext, value, 0);
+FIELD_AT(zelfdb_match_ext, mask, 4);
+
+RECORD_IS(zelfdb_classify_line, 120);
+FIELD_AT(zelfdb_classify_line, mode, 0);
+FIELD_AT(zelfdb_classify_line, stream_id, 4);
+FIELD_AT(zelfdb_classify_line, class_id, 6);
+FIELD_AT(zelfdb_classify_line, colour, 7);
+FIELD_AT(zelfdb_classify_line, flags, 8);
+FIELD_AT(zelfdb_classify_line, dot1p, 12);
+FIELD_AT(zelfdb_classify_line, vlan, 16);
+FIELD_AT(zelfdb_classify_line, etype, 24);
+FIELD_AT(zelfdb_classify_line, tos, 32);
+FIELD_AT(zelfdb_classify_line, proto, 36);
+FIELD_AT(zelfdb_classify_line, src_ip, 40);
+FIELD_AT(zelfdb_classify_line, dst_ip, 56);
+FIELD_AT(zelfdb_classify_line, src_port, 72);
+FIELD_AT(zelfdb_classify_line, dst_port, 80);
+FIELD_AT(zelfdb_classify_line, ext, 88);
+
 RECORD_IS(zelfdb_protgroup, 20);
 FIELD_AT(zelfdb_protgroup, group, 0);
 FIELD_AT(zelfdb_protgroup, nprot, 2);

@@ -425,10 +425,91 @@ FIELD_AT(Classify, pv_head, 0x0C);
 FIELD_AT(Classify, naction, 0x10);
 FIELD_AT(Classify, action_head, 0x14);
 
+// One optional match field of a line.
+template <class Value>
+struct MatchField {
+    Value value;
+    Value range_end;
+    Value mask;  // all ones = none
+    Value ranged;
+};
+RECORD_IS(MatchField<u8>, 4);
+FIELD_AT(MatchField<u8>, value, 0);
+FIELD_AT(MatchField<u8>, range_end, 1);
+FIELD_AT(MatchField<u8>, mask, 2);
+FIELD_AT(MatchField<u8>, ranged, 3);
+RECORD_IS(MatchField<u16>, 8);
+FIELD_AT(MatchField<u16>, value, 0);
+FIELD_AT(MatchField<u16>, range_end, 2);
+FIELD_AT(MatchField<u16>, mask, 4);
+FIELD_AT(MatchField<u16>, ranged, 6);
+RECORD_IS(MatchField<u32>, 16);
+FIELD_AT(MatchField<u32>, value, 0);
+FIELD_AT(MatchField<u32>, range_end, 4);
+FIELD_AT(MatchField<u32>, mask, 8);
+FIELD_AT(MatchField<u32>, ranged, 12);
+
+struct ExtField {
+    u32 value;
+    u32 mask;
+};
+RECORD_IS(ExtField, 8);
+FIELD_AT(ExtField, value, 0);
+FIELD_AT(ExtField, mask, 4);
+
+// Which fields of a line are present.
+inline constexpr u32 match_dot1p = 0x01;
+inline constexpr u32 match_vlan = 0x02;
+inline constexpr u32 match_etype = 0x04;
+inline constexpr u32 match_tos = 0x08;
+inline constexpr u32 match_proto = 0x10;
+inline constexpr u32 match_src_ip = 0x20;
+inline constexpr u32 match_dst_ip = 0x40;
+inline constexpr u32 match_src_port = 0x80;
+inline constexpr u32 match_dst_port = 0x100;
+inline constexpr u32 match_ext = 0x1000000;  // shifted by the extended field's index
+
+inline constexpr u32 line_mode_dot1p = 1;
+inline constexpr u32 line_mode_dscp = 2;
+
+struct ClassifyLine {
+    u32 mode;
+    u16 stream_id;  // counted from 0
+    u8 class_id;
+    u8 colour;
+    u32 flags;
+    MatchField<u8> dot1p;
+    MatchField<u16> vlan;
+    MatchField<u16> etype;
+    MatchField<u8> tos;
+    MatchField<u8> proto;
+    MatchField<u32> src_ip;
+    MatchField<u32> dst_ip;
+    MatchField<u16> src_port;
+    MatchField<u16> dst_port;
+    ExtField ext[4];
+};
+RECORD_IS(ClassifyLine, 120);
+FIELD_AT(ClassifyLine, mode, 0);
+FIELD_AT(ClassifyLine, stream_id, 4);
+FIELD_AT(ClassifyLine, class_id, 6);
+FIELD_AT(ClassifyLine, colour, 7);
+FIELD_AT(ClassifyLine, flags, 8);
+FIELD_AT(ClassifyLine, dot1p, 12);
+FIELD_AT(ClassifyLine, vlan, 16);
+FIELD_AT(ClassifyLine, etype, 24);
+FIELD_AT(ClassifyLine, tos, 32);
+FIELD_AT(ClassifyLine, proto, 36);
+FIELD_AT(ClassifyLine, src_ip, 40);
+FIELD_AT(ClassifyLine, dst_ip, 56);
+FIELD_AT(ClassifyLine, src_port, 72);
+FIELD_AT(ClassifyLine, dst_port, 80);
+FIELD_AT(ClassifyLine, ext, 88);
+
 struct Action {
     Link link;  // free list, or the profile's lines
     u32 position;
-    u8 line[120];
+    ClassifyLine line;
 };
 RECORD_IS(Action, 132);
 FIELD_AT(Action, link, 0);
@@ -436,6 +517,9 @@ FIELD_AT(Action, position, 8);
 FIELD_AT(Action, line, 12);
 
 // ---- Mirrors ---------------------------------------------------------------------------------------------------------
+
+inline constexpr u16 mirror_created = 0x1;
+inline constexpr u16 mirror_enabled = 0x2;
 
 struct Mirror {
     u16 state;

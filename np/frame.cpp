@@ -10,14 +10,14 @@ namespace {
 
 constexpr std::size_t status_at = 8;
 
+}  // namespace
+
 i16 status_of(const vf_cmd* command)
 {
     i16 status = 0;
     std::memcpy(&status, reinterpret_cast<const u8*>(command) + status_at, sizeof status);
     return status;
 }
-
-}  // namespace
 
 bool deliver(const Descriptor& d, vf_cmd* command)
 {

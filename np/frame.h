@@ -15,6 +15,9 @@ constexpr u32 np_port(u32 port_id)
 
 enum class Retry { at_once, after_1_s };
 
+// The NP's verdict on a command that was delivered: 0 = accepted.
+i16 status_of(const vf_cmd* command);
+
 // One delivery: true if the NP got the command and accepted it.
 bool deliver(const Descriptor& d, vf_cmd* command);
 

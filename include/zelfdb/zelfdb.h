@@ -51,7 +51,11 @@ enum zelfdb_code {
     ZELFDB_NO_PORT = 102,                /* no such port */
     ZELFDB_NO_VLAN = 103,                /* no such VLAN */
     ZELFDB_NO_MAC = 105,                 /* no entry with that MAC in that database */
+    ZELFDB_NO_STREAM = 106,              /* no such stream, or the NP's query failed */
+    ZELFDB_NO_QUEUE = 107,               /* no such queue */
     ZELFDB_NO_PHPORT = 108,              /* no such physical port */
+    ZELFDB_NO_CLASSIFY = 109,            /* no such classify profile */
+    ZELFDB_NO_LINE = 110,                /* no line at that position of the profile */
     ZELFDB_BAD_VID = 201,                /* VID outside 1..4094 */
     ZELFDB_NOT_VIF = 206,                /* the port is not a virtual interface */
     ZELFDB_PORT_POOL_EMPTY = 1201,       /* no free port record */
@@ -85,6 +89,23 @@ enum zelfdb_code {
     ZELFDB_TYPE_DIFFERS = 2102,          /* the entry's type differs from the one asked for */
     ZELFDB_VIF_NO_SLDBKR = 2201,         /* a virtual interface has no loop breaker */
     ZELFDB_BAD_CLASS = 2203,             /* policing class above 7 */
+    ZELFDB_QUEUE_EXISTS = 2301,          /* the queue exists already */
+    ZELFDB_QUEUE_POOL_EMPTY = 2302,      /* no free queue record, or the NP refused the queue */
+    ZELFDB_QUEUE_BUDGET = 2303,          /* the queue buffer budget cannot cover it */
+    ZELFDB_QUEUE_ATTACHED = 2351,        /* the queue is attached to a stream already */
+    ZELFDB_QUEUE_NOT_ATTACHED = 2352,    /* the queue is not attached to a stream */
+    ZELFDB_STREAM_BOUND = 2401,          /* the stream is bound to a port */
+    ZELFDB_STREAM_NOT_BOUND = 2402,      /* the stream is not bound to that port */
+    ZELFDB_STREAM_HAS_QUEUE = 2403,      /* the stream still has a queue */
+    ZELFDB_STREAM_EXISTS = 2501,         /* the stream exists already */
+    ZELFDB_STREAM_POOL_EMPTY = 2502,     /* no free stream record, or the NP refused the stream */
+    ZELFDB_CLASSIFY_EXISTS = 2601,       /* the classify profile exists already */
+    ZELFDB_CLASSIFY_POOL_EMPTY = 2602,   /* no free classify profile record */
+    ZELFDB_CLASSIFY_FULL = 2603,         /* the profile has 256 lines, or no line record is free */
+    ZELFDB_CLASSIFY_HAS_LINES = 2604,    /* the profile still has lines */
+    ZELFDB_CLASSIFY_BOUND = 2607,        /* the profile is still bound to a membership */
+    ZELFDB_PV_HAS_CLASSIFY = 2701,       /* the membership has a profile already */
+    ZELFDB_PV_NO_CLASSIFY = 2702,        /* the membership has no profile */
     ZELFDB_PROTGROUPS_FULL = 2801,       /* there are eight protocol groups already */
     ZELFDB_PROTGROUP_EXISTS = 2802,      /* the protocol group exists already */
     ZELFDB_NO_PROTGROUP = 2803,          /* no such protocol group */
@@ -92,6 +113,16 @@ enum zelfdb_code {
     ZELFDB_PROTOCOL_IN_GROUP = 2805,     /* the protocol is in this group already */
     ZELFDB_PROTOCOL_ELSEWHERE = 2806,    /* the protocol belongs to another group */
     ZELFDB_PROTOCOL_NOT_IN_GROUP = 2807, /* the protocol is not in the group */
+    ZELFDB_BAD_MIRROR = 2901,            /* mirror outside 1..4 */
+    ZELFDB_MIRROR_EXISTS = 2902,         /* the mirror exists already */
+    ZELFDB_NO_MIRROR = 2903,             /* no such mirror */
+    ZELFDB_MIRROR_NO_SOURCE = 2904,      /* the mirror has no source */
+    ZELFDB_MIRROR_NO_DEST = 2905,        /* the mirror has no destination */
+    ZELFDB_MIRROR_ONTO_ITSELF = 2906,    /* an egress source port is the destination port */
+    ZELFDB_MIRROR_IN_USE = 2907,         /* the mirror is enabled: disable it before deleting it */
+    ZELFDB_MIRROR_ENABLED = 2908,        /* the mirror is enabled already */
+    ZELFDB_MIRROR_DISABLED = 2909,       /* the mirror is not enabled */
+    ZELFDB_MIRROR_FROZEN = 2910,         /* the mirror is enabled: source and destination cannot be changed */
     ZELFDB_PROTGROUP_USED = 2911         /* a port still uses the group */
 };
 
@@ -305,6 +336,101 @@ typedef struct zelfdb_port_info {
     uint32_t nmember;         /* memberships; see the readers for a port without any */
     zelfdb_port_member member[64];
 } zelfdb_port_info;
+
+/** RED of one colour of a class. */
+typedef struct zelfdb_red {
+    uint8_t min_thresh;
+    uint8_t max_thresh;
+    uint8_t min_drop;
+    uint8_t max_drop;
+} zelfdb_red;
+
+/** One class row of a zelfdb_stream_info (20 bytes). */
+typedef struct zelfdb_stream_class {
+    uint32_t np_word;   /* the NP's class word; bit 0 = active */
+    uint32_t np_second; /* this and red: zelfdb_get_stream_info only, active classes only */
+    zelfdb_red red[3];  /* green, yellow, red */
+} zelfdb_stream_class;
+
+/** A stream with the NP's figures (284 bytes). */
+typedef struct zelfdb_stream_info {
+    uint32_t streamno;
+    uint32_t portno; /* 0 = bound to no port */
+    uint32_t sno_port;
+    uint32_t priority;
+    uint32_t qos_type; /* 1 weighted fair queueing, 2 strict priority, other = none */
+    uint32_t minrate;
+    uint32_t minburst;
+    uint32_t maxrate;
+    uint32_t maxburst; /* zelfdb_get_all_streaminfo stores minburst here as well */
+    uint32_t np_first; /* the first two words of the NP's answer */
+    uint32_t np_second;
+    uint32_t nactive;     /* classes that are active in the NP */
+    uint32_t queue_sizes; /* zelfdb_get_all_streaminfo: sums over the queues of the active classes; 0 otherwise */
+    uint32_t queue_lengths;
+    zelfdb_stream_class row[8];
+    uint32_t tosmap_bits;
+    uint32_t tos_value[8];
+    uint32_t tos_mask[8];
+} zelfdb_stream_info;
+
+/** Match fields of a classify line: value, range end, mask (all ones = none), and whether it is a range. */
+typedef struct zelfdb_match8 {
+    uint8_t value;
+    uint8_t range_end;
+    uint8_t mask;
+    uint8_t ranged;
+} zelfdb_match8;
+typedef struct zelfdb_match16 {
+    uint16_t value;
+    uint16_t range_end;
+    uint16_t mask;
+    uint16_t ranged;
+} zelfdb_match16;
+/** An IPv4 address: the first octet is the most significant byte; the mask is a prefix's. */
+typedef struct zelfdb_match32 {
+    uint32_t value;
+    uint32_t range_end;
+    uint32_t mask;
+    uint32_t ranged;
+} zelfdb_match32;
+typedef struct zelfdb_match_ext {
+    uint32_t value;
+    uint32_t mask;
+} zelfdb_match_ext;
+
+/** Bits of a classify line's flags: which fields are present. */
+enum zelfdb_match_flag {
+    ZELFDB_MATCH_DOT1P = 0x01,
+    ZELFDB_MATCH_VLAN = 0x02,
+    ZELFDB_MATCH_ETYPE = 0x04,
+    ZELFDB_MATCH_TOS = 0x08,
+    ZELFDB_MATCH_PROTO = 0x10,
+    ZELFDB_MATCH_SRC_IP = 0x20,
+    ZELFDB_MATCH_DST_IP = 0x40,
+    ZELFDB_MATCH_SRC_PORT = 0x80,
+    ZELFDB_MATCH_DST_PORT = 0x100,
+    ZELFDB_MATCH_EXT = 0x1000000 /* extended field i: shifted left by i, 0..3 */
+};
+
+/** One line of a classify profile (120 bytes): which frames match, and what they become. */
+typedef struct zelfdb_classify_line {
+    uint32_t mode;      /* 1 dot1p, 2 dscp, other = normal */
+    uint16_t stream_id; /* target stream, counted from 0 */
+    uint8_t class_id;
+    uint8_t colour; /* 0 green, 1 yellow, 2 red */
+    uint32_t flags; /* enum zelfdb_match_flag bits */
+    zelfdb_match8 dot1p;
+    zelfdb_match16 vlan;
+    zelfdb_match16 etype;
+    zelfdb_match8 tos;
+    zelfdb_match8 proto;
+    zelfdb_match32 src_ip;
+    zelfdb_match32 dst_ip;
+    zelfdb_match16 src_port;
+    zelfdb_match16 dst_port;
+    zelfdb_match_ext ext[4];
+} zelfdb_classify_line;
 
 /** One protocol group (20 bytes). */
 typedef struct zelfdb_protgroup {
@@ -934,6 +1060,358 @@ ZELFDB_API int zelfdb_get_protgroup_info(zelfdb_protgroup_info* info, uint32_t* 
  * @return 0 or -1. Takes the main and FDB locks for the whole printout: do not let standard output block.
  */
 ZELFDB_API int zelfdb_display_vlan_data(uint32_t vid, uint32_t* err);
+
+/* ==== Queues ============================================================================================== */
+/*
+ * Queue numbers 0..8191, stream numbers 0..1023; only the low 16 bits of either are used. The queue of class c of stream
+ * s is expected to have number s * 8 + c, and the stream at position n (1..256) of port p number (p - 1) * 256 + n - 1:
+ * zelfdb_check_queue_in_stream and the listing of streams find only those.
+ */
+
+/**
+ * Creates an unattached queue and charges its size to the shared buffer budget (65536 in a new database).
+ *
+ * @param size          compared with the budget as a signed number; its low 16 bits are stored
+ * @param queue_length  in the NP's units
+ * @param err           on failure: 1, 2301, 2303, 2302 (tested in this order)
+ * @return 0 or -1. With 2302 (no record, or the NP refused) the size stays charged. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_create_queue(uint32_t queue, int32_t size, uint32_t queue_length, uint32_t* err);
+
+/**
+ * Deletes a queue and gives its size back to the budget. Detach it first: an attached queue is not refused.
+ * @param err  on failure: 1, 107
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_delete_queue(uint32_t queue, uint32_t* err);
+
+/**
+ * Attaches a queue to a class slot of a stream.
+ *
+ * @param class_no  0..7; in other slots the queue is only stored as attached and sent
+ * @param mode      1 = weighted fair queueing (pri and ratio kept), 2 = strict priority (pri kept), else neither
+ * @param err       on failure: 1, 106, 107, 2351 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_queue_to_stream(uint32_t queue, uint32_t streamno, uint32_t class_no, uint32_t mode,
+                                          uint32_t pri, uint32_t ratio, uint32_t* err);
+
+/**
+ * Detaches a queue. Its pri and ratio stay stored.
+ * @param err  on failure: 1, 106, 107, 2352 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_rem_queue_from_stream(uint32_t queue, uint32_t streamno, uint32_t class_no, uint32_t* err);
+
+/**
+ * Changes a queue's weight: pri and ratio, pri, or nothing, by the mode it was attached with. Always sent to the NP.
+ * @param streamno  must exist; whether it holds the queue is not looked at
+ * @param err       on failure: 1, 106, 107
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_queue_qos(uint32_t queue, uint32_t streamno, uint32_t pri, uint32_t ratio, uint32_t* err);
+
+/**
+ * Changes a queue's size (within the budget and what it has already) and length.
+ * @param err  on failure: 1, 106, 107, 2303 (nothing changes)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_queue_size(uint32_t queue, uint32_t streamno, uint32_t class_no, int32_t size,
+                                     uint32_t queue_length, uint32_t* err);
+
+/**
+ * @param out  six words: number, size, length, mode, then pri (modes 1 and 2) and ratio (mode 1); others untouched
+ * @param err  on failure: 1, 107
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_queue_info(uint32_t queue, uint32_t* out, uint32_t* err);
+
+/**
+ * Tells whether any of the eight queues of a port's stream exists.
+ * @param sno_port  1..256
+ * @param err       on failure: 1, 102, 106, 2403 (one exists)
+ * @return 0 = none exists, or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_check_queue_in_stream(uint32_t port_id, uint32_t sno_port, uint32_t* err);
+
+/* ==== Streams ============================================================================================= */
+
+/**
+ * Creates an unbound stream: priority 7, no shaping, RED 100/0/0/0 everywhere.
+ * @param err  on failure: 1, 2501, 2303 (the queue budget is 255 or less), 2502 (tested in this order)
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_create_stream(uint32_t streamno, uint32_t* err);
+
+/**
+ * Deletes an unbound stream. Queues attached to it are not looked at: see zelfdb_check_queue_in_stream.
+ * @param err  on failure: 1, 106, 2401 (bound)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_delete_stream(uint32_t streamno, uint32_t* err);
+
+/**
+ * Binds a stream to a port. Nothing is sent to the NP.
+ * @param sno_port  position on the port, 1..256 (low 8 bits stored)
+ * @param err       on failure: 1, 102, 106, 2401 (it has a port or a position already)
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_stream_to_port(uint32_t streamno, uint32_t port_id, uint32_t sno_port, uint32_t* err);
+
+/**
+ * Unbinds a stream. Nothing is sent to the NP.
+ * @param unused  not read
+ * @param err     on failure: 1, 102, 106, 2402 (bound to another port, or to none)
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_rem_stream_from_port(uint32_t streamno, uint32_t port_id, uint32_t unused, uint32_t* err);
+
+/**
+ * Sets RED of one class and colour. NOTE the order: thresholds and drops alternate.
+ *
+ * @param class_no, colour  0..7, 0..2; others are sent to the NP but not stored
+ * @param err               on failure: 1, 106
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_red_in_stream(uint32_t streamno, uint32_t class_no, uint32_t colour, uint32_t min_thresh,
+                                        uint32_t min_drop, uint32_t max_thresh, uint32_t max_drop, uint32_t* err);
+
+/**
+ * Sets committed and peak rate and burst, in the NP's units. The excess rate, maxrate - minrate, wraps.
+ * @param err  on failure: 1, 106
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_shaping_in_stream(uint32_t streamno, uint32_t minrate, uint32_t minburst, uint32_t maxrate,
+                                            uint32_t maxburst, uint32_t* err);
+
+/**
+ * Sets how a stream schedules its classes. Only type 1 keeps the two parameters; any other zeroes them.
+ * @param qos_type  1 weighted fair queueing, 2 strict priority, other = none
+ * @param err       on failure: 1, 106
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_qostype_in_stream(uint32_t streamno, uint32_t qos_type, uint32_t qos_param,
+                                            uint32_t qos_param2, uint32_t* err);
+
+/** Sets a stream's priority. @param err on failure: 1, 106. As zelfdb_set_qostype_in_stream. */
+ZELFDB_API int zelfdb_set_stream_priority(uint32_t streamno, uint32_t priority, uint32_t* err);
+
+/**
+ * Sets a stream's TOS map. The record keeps values masked; the NP gets them as given.
+ * @param bits           bit i = entry i is in use
+ * @param values, masks  eight words each
+ * @param err            on failure: 1, 106
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_set_stream_tosmap(uint32_t streamno, uint32_t bits, const uint32_t* values, const uint32_t* masks,
+                                        uint32_t* err);
+
+/**
+ * Reads one stream with the NP's figures.
+ * @param info  filled on success
+ * @param err   on failure: 1, 106 (no such stream, or the NP did not answer)
+ * @return 0; -1 without a descriptor or stream. When the NP does not answer the result is vf_call's own, which is 0 when
+ *         the NP only refused: test the code. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_stream_info(uint32_t streamno, zelfdb_stream_info* info, uint32_t* err);
+
+/**
+ * Reads streams in number order into zelfdb_stream_info records.
+ *
+ * @param cursor  zeroed before the first call
+ * @param buffer  record size at least 284
+ * @return 0 = the list has ended; 1 = buffer full, call again; -1 = no descriptor, record size too small, no stream at
+ *         all, or the one at which the previous call stopped is gone. When the NP does not answer for a stream the
+ *         result is vf_call's own (0 when it only refused): compare buffer->filled. Error word: none. Main lock.
+ */
+ZELFDB_API int zelfdb_get_all_streaminfo(zelfdb_cursor* cursor, zelfdb_ropebuf* buffer);
+
+/**
+ * Asks the NP how busy a stream is. The stream need not exist in the database.
+ * @param out  three words, filled on success
+ * @param err  on failure: 1, 106
+ * @return 0; -1 without a descriptor or answer; 0 with code 106 when the answer could not be read. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_get_stream_busy_info(uint32_t streamno, uint32_t* out, uint32_t* err);
+
+/**
+ * Shares a physical port's shaping rate out among the streams whose port number equals its number: each gets its
+ * committed rate, and what is left is divided in proportion to their excess rates. A port that is not shaped grants the
+ * committed rate and the whole excess. A port whose committed rates exceed its rate grants every stream its peak.
+ *
+ * @param phport_id  1..4
+ * @param err        on failure: 1, 108; untouched when the NP refuses
+ * @return 0; -1 on failure, and also when the NP refuses (the granted rates stay stored). Takes the main lock.
+ */
+ZELFDB_API int zelfdb_stream_shaping_rate_update(uint32_t phport_id, uint32_t* err);
+
+/* ==== Classification ====================================================================================== */
+
+/**
+ * Creates an empty classify profile. Nothing is sent to the NP.
+ * @param profile  1..64 (low 16 bits used); 0 answers 2601, larger ones are created but never found again
+ * @param err      on failure: 1, 2601, 2602
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_create_classify_profile(uint32_t profile, uint32_t* err);
+
+/**
+ * Deletes a profile that is bound nowhere and has no lines. Nothing is sent to the NP.
+ * @param err  on failure: 1, 109, 2607 (bound), 2604 (has lines), tested in this order
+ * @return 0 or -1. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_delete_classify_profile(uint32_t profile, uint32_t* err);
+
+/**
+ * Binds a profile to a port's membership of a VLAN. A membership has one profile.
+ * @param words  four binding words: a number (high half) and its kind (low half)
+ * @param err    on failure: 1, 102, 103, 1701, 2701, 109 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_classify_profile_to_pv(uint32_t profile, uint32_t port_id, uint32_t vid,
+                                                 const uint32_t* words, uint32_t* err);
+
+/**
+ * Unbinds the profile of a membership.
+ * @param err  on failure: 1, 102, 103, 1701, 2702 (tested in this order)
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_rem_classify_profile_from_pv(uint32_t port_id, uint32_t vid, uint32_t* err);
+
+/**
+ * Inserts a line into a profile; the lines are renumbered 1, 2, 3, ...
+ *
+ * @param line_no  the line goes before the first whose number is this or greater; 0, or a number beyond the last, appends
+ * @param line     copied
+ * @param err      on failure: 1, 109, 2603
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_add_classify_action_to_profile(uint32_t profile, uint32_t line_no,
+                                                     const zelfdb_classify_line* line, uint32_t* err);
+
+/**
+ * Removes the line with that number; the rest are renumbered.
+ * @param err  on failure: 1, 109, 110
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_rem_classify_action_from_profile(uint32_t profile, uint32_t line_no, uint32_t* err);
+
+/**
+ * Removes all lines of a profile. Sent to the NP even when there were none.
+ * @param err  on failure: 1, 109
+ * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
+ */
+ZELFDB_API int zelfdb_rem_classify_all_from_profile(uint32_t profile, uint32_t* err);
+
+/**
+ * Parses one prefilter line and appends it to a list that only the NP keeps. Fields that do not parse are absent.
+ *
+ * @param descriptor  the caller's; no lock is taken: the caller serialises the calls
+ * @param list        list identifier, handed on
+ * @param index       up to 128; 0 clears the NP's list first
+ * @param line        184 bytes: field texts of up to 30 bytes at offsets 4 and 34 (addresses), 64 and 94 (0..255),
+ *                    124 and 154 (0..65535); a text needs no terminator when it fills its slot
+ * @param action      1 is stored as 0, anything else as 1
+ * @return 1 when the line was sent, 0 when the index is too large. Error word: none.
+ */
+ZELFDB_API int linedata_to_param_prefilter(zelfdb_descriptor* descriptor, uint32_t list, int32_t index,
+                                           const void* line, uint32_t action);
+
+/**
+ * The same for a loc line: an address at offset 4, numbers at 94 (0..255) and 124 (0..65535).
+ * @param index   up to 15; 0 clears the NP's list first
+ * @param action  1 is stored as 1, anything else as 0
+ */
+ZELFDB_API int linedata_to_param_loc(zelfdb_descriptor* descriptor, uint32_t list, int32_t index, const void* line,
+                                     uint32_t action);
+
+/**
+ * Writes one profile, or all, as an XML document into a new file /tmp/clsline-XXXXXX and prints an XML response naming the
+ * file on standard output. The file belongs to the reader of the response, who removes it.
+ *
+ * @param profile  0 = all, in number order; all of none is a success
+ * @param err      on failure: 1 (no descriptor or no file), 109 (the file is removed, nothing printed)
+ * @return 0 or -1. Write errors are not reported. Takes the main lock while it writes.
+ */
+ZELFDB_API int zelfdb_disp_classify(uint32_t profile, uint32_t* err);
+
+/* ==== Mirrors ============================================================================================= */
+/*
+ * Mirrors 1..4. Every operation stores 1 into its error word on entry and leaves it there on success (preset), writes the
+ * slot, then sends the NP command and returns the NP's result: -1 with the word still 1 means that the NP refused and the
+ * slot keeps the new values. All take the main lock.
+ */
+
+/** Creates a mirror without source and destination. @param err preset; on failure 1, 2901, 2902 */
+ZELFDB_API int zelfdb_create_mirror(uint32_t id, uint32_t* err);
+
+/** Deletes a mirror that is not enabled. @param err preset; on failure 1, 2901, 2903, 2907 */
+ZELFDB_API int zelfdb_delete_mirror(uint32_t id, uint32_t* err);
+
+/**
+ * Sets what is mirrored; not while enabled.
+ * @param kind     0 none, 1 port in, 2 port in of one VLAN, 3 port out, 4 port out of one VLAN, 5 a whole VLAN
+ * @param port_id  for kinds 1..4
+ * @param vid      for kinds 2, 4 and 5
+ * @param err      preset; on failure 1, 2901, 2903, 2910
+ */
+ZELFDB_API int zelfdb_set_mirror_source(uint32_t id, uint32_t kind, uint32_t port_id, uint32_t vid, uint32_t* err);
+
+/** Sets the analyser port (0 = none); not while enabled. @param err preset; on failure 1, 2901, 2903, 2910 */
+ZELFDB_API int zelfdb_set_mirror_dest(uint32_t id, uint32_t port_id, uint32_t* err);
+
+/**
+ * Sets the classification of the copies; also while enabled.
+ * @param class_no  counted from 0
+ * @param colour    0 green, 1 yellow, 2 red
+ * @param err       preset; on failure 1, 2901, 2903
+ */
+ZELFDB_API int zelfdb_set_mirror_classify(uint32_t id, uint32_t class_no, uint32_t second, uint32_t colour,
+                                          uint32_t* err);
+
+/**
+ * Sets the tag added to the copies; also while enabled.
+ * @param tag_on  non-zero = add one
+ * @param err     preset; on failure 1, 2901, 2903
+ */
+ZELFDB_API int zelfdb_set_mirror_tag(uint32_t id, uint32_t tag_on, uint32_t tagtype, uint32_t vid, uint32_t* err);
+
+/**
+ * Enables a mirror.
+ * @param err  preset; on failure 1, 2901, 2903, 2908, 2904 (no source), 2905 (no destination), 2906 (an egress source port
+ *             is the destination), tested in this order
+ */
+ZELFDB_API int zelfdb_enable_mirror(int32_t id, uint32_t* err);
+
+/** Disables a mirror. @param err preset; on failure 1, 2901, 2903, 2909 */
+ZELFDB_API int zelfdb_disable_mirror(uint32_t id, uint32_t* err);
+
+/* ==== Configuration replay ================================================================================ */
+/*
+ * Each prints, on standard output, the commands that would make the objects of one kind anew: prefix, command, suffix for
+ * each (typically an indentation and a newline; never used as a format). Only what differs from a new object is printed.
+ * Run them in the order below. Error word: none. 0, or -1 if no descriptor could be opened.
+ * The main lock (for static and local entries the FDB lock too) is held while they print: do not let standard output block.
+ */
+
+/** Shaping of the physical ports. */
+ZELFDB_API int zelfdb_reconfig_ether(const char* prefix, const char* suffix);
+/** Ports with their parameters. */
+ZELFDB_API int zelfdb_reconfig_port(const char* prefix, const char* suffix);
+/** Streams with their queues and RED. */
+ZELFDB_API int zelfdb_reconfig_stream(const char* prefix, const char* suffix);
+/** Protocol groups. */
+ZELFDB_API int zelfdb_reconfig_protgroup(const char* prefix, const char* suffix);
+/** VLANs with their members. Learning limits are not printed. */
+ZELFDB_API int zelfdb_reconfig_vlan(const char* prefix, const char* suffix);
+/** Classify profiles with their lines and bindings. */
+ZELFDB_API int zelfdb_reconfig_classify(const char* prefix, const char* suffix);
+/** Static entries with permit 0. Takes the main and FDB locks. */
+ZELFDB_API int zelfdb_reconfig_sfil(const char* prefix, const char* suffix);
+/** Local entries with permit 0. Takes the main and FDB locks. */
+ZELFDB_API int zelfdb_reconfig_lfil(const char* prefix, const char* suffix);
+/** Mirrors. */
+ZELFDB_API int zelfdb_reconfig_mirror(const char* prefix, const char* suffix);
 
 #ifdef __cplusplus
 }
