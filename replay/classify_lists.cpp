@@ -33,7 +33,7 @@ void print_classify_line(const Frame& frame, const Classify& classify, const Act
     const auto has = [&](u32 field) { return (line.flags & field) != 0; };
     const Line output{frame};
     std::printf("add classify %hd/%hhd/", static_cast<short>(line.stream_id + 1),
-                static_cast<signed char>(line.class_id + 1));
+                static_cast<signed char>(line.class_id));
     std::printf("%s %s", line_colour_text(line.colour), line_mode_text(line.mode));
     print_field(has(match_dst_ip), ip_text(line.dst_ip));
     print_field(has(match_src_ip), ip_text(line.src_ip));
