@@ -8,7 +8,7 @@ case "${1:-}" in
 run) wanted="$build" ;;
 bench) wanted="$build libbenchmark-dev" ;;
 test)
-    wanted="$build googletest libbenchmark-dev clang-format clang-tidy clang python3 util-linux binutils
+    wanted="$build googletest libbenchmark-dev libtinyxml2-dev clang-format clang-tidy clang python3 util-linux binutils
         g++-powerpc-linux-gnu qemu-user git"
     ;;
 *)

@@ -1,0 +1,77 @@
+#include "database.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "softnp/softnp.h"
+
+namespace zelfctl {
+
+namespace {
+
+// The library says on standard output that it cannot open something. That is told better here, and a program that reads
+// our output must not find it there.
+class SilentOutput {
+public:
+    SilentOutput() : saved_(-1)
+    {
+        std::fflush(stdout);
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (nowhere < 0) return;
+        saved_ = dup(STDOUT_FILENO);
+        if (saved_ >= 0) dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
+    ~SilentOutput()
+    {
+        std::fflush(stdout);
+        if (saved_ < 0) return;
+        dup2(saved_, STDOUT_FILENO);
+        close(saved_);
+    }
+    SilentOutput(const SilentOutput&) = delete;
+    SilentOutput& operator=(const SilentOutput&) = delete;
+
+private:
+    int saved_;
+};
+
+// 0, or why there is no descriptor to be had.
+int try_to_open()
+{
+    const SilentOutput silent;
+    errno = 0;
+    return Descriptor(zelfdb_open_descriptor2()) ? 0 : errno;
+}
+
+}  // namespace
+
+void complain(const std::string& message)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "zelfctl: %s\n", message.c_str());
+}
+
+std::string counted(u64 number, const char* one, const char* several)
+{
+    return std::to_string(number) + " " + (number == 1 ? one : several);
+}
+
+bool database_is_ready()
+{
+    if (const int error = try_to_open()) {
+        complain(error == ENOENT ? "there is no database: make one with 'zelfctl init'"
+                                 : std::string("the database cannot be opened: ") + std::strerror(error));
+        return false;
+    }
+    u32 tick_ms = 0;
+    if (softnp_get_tick(&tick_ms) == 0) return true;
+    complain("the network processor cannot be reached");
+    return false;
+}
+
+}  // namespace zelfctl

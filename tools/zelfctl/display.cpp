@@ -1,0 +1,107 @@
+#include "display.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+#include <zelfdb/zelfdb.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+
+#include "database.h"
+#include "language/outcome.h"
+#include "vlans.h"
+
+namespace zelfctl {
+namespace {
+
+// What the library prints, held back in memory: it prints with its locks taken, and a reader of our standard output that
+// does not read must not make the whole system wait.
+bool capture(const std::function<bool()>& print, std::string& text)
+{
+    std::fflush(stdout);
+    const int memory = memfd_create("display", MFD_CLOEXEC);
+    const int saved = dup(STDOUT_FILENO);
+    bool printed = false;
+    if (memory >= 0 && saved >= 0) {
+        dup2(memory, STDOUT_FILENO);
+        printed = print();
+        std::fflush(stdout);
+        dup2(saved, STDOUT_FILENO);
+        const off_t size = lseek(memory, 0, SEEK_END);
+        text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        printed = pread(memory, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) && printed;
+    }
+    if (memory >= 0) close(memory);
+    if (saved >= 0) close(saved);
+    return printed;
+}
+
+bool port_text(u32 port_id, std::string& text, u32& code)
+{
+    return capture([&] { return zelfdb_display_port_data(port_id, &code) == 0; }, text);
+}
+
+bool vlan_text(u32 vid, std::string& text, u32& code)
+{
+    return capture([&] { return zelfdb_display_vlan_data(vid, &code) == 0; }, text);
+}
+
+// The number behind a label.
+u32 number_after(const std::string& text, const char* label, int base = 10)
+{
+    const std::size_t at = text.find(label);
+    if (at == std::string::npos) return 0;
+    return static_cast<u32>(std::strtoll(text.c_str() + at + std::string(label).size(), nullptr, base));
+}
+
+int print(bool printed, const std::string& text, u32 code)
+{
+    if (!printed) {
+        complain(text_of_code(code));
+        return exit_failed;
+    }
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return exit_done;
+}
+
+}  // namespace
+
+int display_port(u32 port_id)
+{
+    if (!database_is_ready()) return exit_failed;
+    std::string text;
+    u32 code = 0;
+    const bool printed = port_text(port_id, text, code);
+    return print(printed, text, code);
+}
+
+int display_vlan(const std::string& name_or_vid)
+{
+    if (!database_is_ready()) return exit_failed;
+    const auto vid = vid_of(name_or_vid);
+    if (!vid) return exit_failed;
+    std::string text;
+    u32 code = 0;
+    const bool printed = vlan_text(*vid, text, code);
+    return print(printed, text, code);
+}
+
+std::optional<DisplayedPort> displayed_port(u32 port_id)
+{
+    std::string text;
+    u32 code = 0;
+    if (!port_text(port_id, text, code)) return std::nullopt;
+    return DisplayedPort{number_after(text, "uplink    : "), number_after(text, "link_mode : "),
+                         number_after(text, "link_depend:"), number_after(text, " list:", 16)};
+}
+
+std::optional<u32> displayed_learn_limit(u32 vid)
+{
+    std::string text;
+    u32 code = 0;
+    if (!vlan_text(vid, text, code)) return std::nullopt;
+    return number_after(text, "learnlimit: ");
+}
+
+}  // namespace zelfctl

@@ -1,0 +1,19 @@
+// The verb feed: frames of capture files go through the network processor, and what it reports is learned.
+#pragma once
+
+#include <vector>
+
+#include "captures.h"
+
+namespace zelfctl {
+
+struct FeedOptions {
+    std::vector<CaptureFile> files;
+    u64 limit = 0;  // frames; 0 = all
+    bool events = false;
+    bool json = false;
+};
+
+int feed(const FeedOptions& options);
+
+}  // namespace zelfctl

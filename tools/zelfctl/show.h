@@ -1,0 +1,31 @@
+// The verbs that show: tables for people, JSON for programs.
+#pragma once
+
+#include <string>
+
+#include "language/types.h"
+
+namespace zelfctl {
+
+struct FdbFilter {
+    std::string vlan;  // name or VID; empty = all
+    u32 port = 0;      // 0 = all
+    std::string type;  // "dynamic", "static", "local"; empty = all
+    std::string mac;   // how the address begins, as text; empty = any
+    bool count = false;
+    bool no_age = false;
+    bool json = false;
+};
+
+int show_fdb(const FdbFilter& filter);
+int show_ports(bool json);
+int show_port(u32 port_id, bool json);
+int show_vlans(bool json);
+int show_vlan(const std::string& name_or_vid, bool json);
+int show_protgroups(bool json);
+int show_phports(bool json);
+int show_summary(bool json);
+int show_history(bool json);
+int show_np(bool json);
+
+}  // namespace zelfctl
