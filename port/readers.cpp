@@ -1,7 +1,7 @@
 // Reading ports: one, and all.
 #include <cstring>
 
-#include "core/bounded_words.h"
+#include "core/bounded_rows.h"
 #include "core/bulk.h"
 #include "core/call.h"
 
@@ -17,23 +17,17 @@ void write_head(const Port& port, u8* record)
     std::memcpy(record, &port, copied_head);
     std::memcpy(record + offsetof(zelfdb_port_info, policing), port.policing, sizeof port.policing);
     std::memcpy(record + offsetof(zelfdb_port_info, cosmap), port.cosmap, sizeof port.cosmap);
-    BoundedWords words{record, offsetof(zelfdb_port_info, valbit), offsetof(zelfdb_port_info, def_spno)};
-    words.put(port.valbit);
-    words.put(port.optate);
-    words.put(port.aging);
-    words.put(port.sldbkr_on);
-    words.put(port.sldbkr_state);
+    BoundedRows words{record, offsetof(zelfdb_port_info, valbit), offsetof(zelfdb_port_info, def_spno)};
+    words.put(port.valbit, port.optate, port.aging, port.sldbkr_on, port.sldbkr_state);
 }
 
 // The rows that fit, and how many memberships there are.
 u32 write_rows(const Call& call, const Port& port, u8* record, std::size_t limit)
 {
     u32 count = 0;
-    BoundedWords rows{record, offsetof(zelfdb_port_info, member), limit};
+    BoundedRows rows{record, offsetof(zelfdb_port_info, member), limit};
     for (const Pv& pv : walk(pvs_of_port, call.base(), port)) {
-        rows.put(pv.VID);
-        rows.put(pv.pv_flag);
-        rows.put(pv.tagtype);
+        rows.put(pv.VID, pv.pv_flag, pv.tagtype);
         ++count;
     }
     return count;
@@ -65,14 +59,10 @@ int zelfdb_get_portinfo(uint32_t port_id, zelfdb_port_info* info)
 
     auto* const record = reinterpret_cast<u8*>(info);
     write_head(*port, record);
-    BoundedWords words{record, offsetof(zelfdb_port_info, def_spno), offsetof(zelfdb_port_info, nmember)};
-    words.put(port->def_spno);
-    words.put(port->def_pri);
-    words.put(port->def_color);
-    words.put(port->bw_calc_mode);
-    words.put(port->link_frames_fwd);
+    BoundedRows words{record, offsetof(zelfdb_port_info, def_spno), offsetof(zelfdb_port_info, nmember)};
+    words.put(port->def_spno, port->def_pri, port->def_color, port->bw_calc_mode, port->link_frames_fwd);
     // A port without memberships reports one, and no row: deliberate, callers size their next buffer by it.
-    const u32 count = write_rows(call, *port, record, BoundedWords::unbounded);
+    const u32 count = write_rows(call, *port, record, BoundedRows::unbounded);
     write_count(record, count == 0 ? 1 : count);
     return 0;
 }

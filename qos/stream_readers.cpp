@@ -79,7 +79,8 @@ void write_listed(const Call& call, const Stream& stream, const Figures& figures
     u32 lengths = 0;
     for (u32 i = 0; i < class_count; ++i) {
         if (!(figures.class_no[i].word & class_active)) continue;
-        const Queue* const queue = lookup_queue(call.base(), call.header(), stream.streamno * class_count + i);
+        const Queue* const queue =
+            lookup_queue(call.base(), call.header(), low_half(stream.streamno * class_count + i));
         if (!queue) continue;
         sizes += queue->size;
         lengths += queue->queue_length;

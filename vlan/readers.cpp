@@ -1,7 +1,7 @@
 // Reading VLANs: one, all, by name, by port.
 #include <cstring>
 
-#include "core/bounded_words.h"
+#include "core/bounded_rows.h"
 #include "core/bulk.h"
 #include "core/call.h"
 
@@ -24,31 +24,25 @@ void write_vlan(const Call& call, const Vlan& vlan, u8* record, std::size_t limi
 {
     u32 members = 0;
     u32 untagged = 0;
-    BoundedWords rows{record, rows_at, limit};
+    BoundedRows rows{record, rows_at, limit};
     for (const Pv& pv : walk(pvs_of_vlan, call.base(), vlan)) {
         const Port* const port = call.port(pv.port_id);
-        rows.put(pv.port_id);
-        rows.put(port ? port->p_type : 0);
-        rows.put(pv.pv_flag);
-        rows.put(pv.tagtype);
+        rows.put(pv.port_id, port ? port->p_type : 0, pv.pv_flag, pv.tagtype);
         ++members;
         if (!(pv.pv_flag & pv_tagged)) ++untagged;
     }
     u32 npvid = 0;
-    BoundedWords pvid_list{record, pvid_list_at, limit};
+    BoundedRows pvid_list{record, pvid_list_at, limit};
     for (const Port& port : ports_of_pvid(call.base(), call.header(), vlan.VID)) {
         pvid_list.put(port.PortID);
         ++npvid;
     }
     std::memcpy(record, vlan.name, sizeof vlan.name);
-    BoundedWords head{record, offsetof(zelfdb_vlan_info, vlan_flag), limit};
-    head.put(vlan.vlan_flag);
-    head.put(vlan.VID);
-    head.put(members);
-    head.put(untagged);
+    BoundedRows head{record, offsetof(zelfdb_vlan_info, vlan_flag), limit};
+    head.put(vlan.vlan_flag, vlan.VID, members, untagged);
     // Added to, not stored: deliberate. Callers pass zeroed records, and some sum over several VLANs in one.
     add_to_word(record + offsetof(zelfdb_vlan_info, npvid), npvid);
-    BoundedWords{record, offsetof(zelfdb_vlan_info, nfil), limit}.put(vlan.fdb.nfil);
+    BoundedRows{record, offsetof(zelfdb_vlan_info, nfil), limit}.put(vlan.fdb.nfil);
 }
 
 int get_vid(const Call& call, const char* name, u32* vid)
@@ -96,7 +90,7 @@ int zelfdb_get_vlan_info(uint32_t vid, zelfdb_vlan_info* info)
     const Vlan* const vlan = call.vlan(vid);
     if (!vlan) return call.fail(ZELFDB_NO_VLAN);
 
-    write_vlan(call, *vlan, reinterpret_cast<u8*>(info), BoundedWords::unbounded);
+    write_vlan(call, *vlan, reinterpret_cast<u8*>(info), BoundedRows::unbounded);
     return 0;
 }
 

@@ -70,3 +70,39 @@ TEST_F(OwnerDeath, NeverStopsTheSurvivors)
     std::printf("deaths while holding the lock: %llu\n",
                 static_cast<unsigned long long>(device_counters().owner_deaths));
 }
+
+// Killed in the middle of queueing and sending, a process leaves counters that add up and buffers that are free.
+TEST_F(OwnerDeath, LosesWhatWaitsAndCountsItSo)
+{
+    given_three_ports_in_a_vlan();
+    ASSERT_EQ(0, add_mac(10, HOST_A, 1, 1));
+    ASSERT_EQ(0, tell(vf_mk_create_stream(0)));
+    ASSERT_EQ(0, tell(vf_mk_create_queue(0, 1, 100)));
+    ASSERT_EQ(0, tell(vf_mk_add_queue(0, 0, 0, 1, 0, 1)));
+    ASSERT_EQ(0, tell(vf_mk_set_stream_shaping(0, 2000000, 0, 2000000, 0)));
+    const Bytes frame = frame_of(HOST_A, HOST_B);
+    for (u32 round = 0; round < 60; round++) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (u32 step = 0; step < 10000000; step++)  // far longer than it lives
+                softnp_receive_now(2, frame.data(), static_cast<u32>(frame.size()), nullptr);
+            _exit(1);
+        }
+        usleep(500 + round * 37 % 1500);
+        ASSERT_EQ(0, kill(child, SIGKILL));
+        int status = 0;
+        ASSERT_EQ(child, waitpid(child, &status, 0));
+
+        softnp_queue queue{};
+        ASSERT_EQ(1, softnp_get_queue(0, &queue));
+        const softnp_queue_counters& counters = queue.counters;
+        EXPECT_EQ(counters.offered_frames, counters.sent_frames + queue.waiting_frames + counters.dropped_length +
+                                               counters.dropped_buffers + counters.flushed_frames);
+        EXPECT_LE(queue.waiting_frames, 100u);
+    }
+    ASSERT_EQ(0, tell(vf_mk_delete_queue(0)));
+    EXPECT_EQ(0u, device_counters().buffers_used);
+    std::printf("deaths while holding the lock: %llu\n",
+                static_cast<unsigned long long>(device_counters().owner_deaths));
+}

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "support/invariants/entries.h"
+#include "support/invariants/mirrors.h"
 #include "support/invariants/profiles.h"
 #include "support/invariants/qos.h"
 
@@ -48,6 +49,7 @@ std::vector<std::string> broken_invariants(const Descriptor& d)
     check_entries(a, ports, vlans.used);
     check_qos(a, ports);
     check_profiles(a, vlans.memberships);
+    check_mirrors(a);
     return a.broken;
 }
 
