@@ -16,7 +16,6 @@ struct Row {
     Executor execute;
 };
 
-// Kinds without a row belong to subjects that the device does not model.
 constexpr Row rows[] = {
     {Kind::set_port_param, execute_set_port_param},
     {Kind::delete_port, execute_delete_port},
@@ -31,6 +30,33 @@ constexpr Row rows[] = {
     {Kind::addFDB, execute_addFDB},
     {Kind::removeFDB, execute_removeFDB},
     {Kind::findFDB, execute_findFDB},
+    {Kind::add_classify_act, execute_add_classify_act},
+    {Kind::rem_classify_act, execute_rem_classify_act},
+    {Kind::add_classify_prof, execute_add_classify_prof},
+    {Kind::rem_classify_prof, execute_rem_classify_prof},
+    {Kind::add_prefilter_act, execute_add_prefilter_act},
+    {Kind::rem_prefilter_act, execute_rem_prefilter_act},
+    {Kind::add_loc_act, execute_add_loc_act},
+    {Kind::rem_loc_act, execute_rem_loc_act},
+    {Kind::add_prefilter_prof, execute_add_prefilter_prof},
+    {Kind::rem_prefilter_prof, execute_rem_prefilter_prof},
+    {Kind::add_loc_prof, execute_add_loc_prof},
+    {Kind::rem_loc_prof, execute_rem_loc_prof},
+    {Kind::create_queue, execute_create_queue},
+    {Kind::delete_queue, execute_delete_queue},
+    {Kind::add_queue, execute_add_queue},
+    {Kind::set_esparam, execute_set_esparam},
+    {Kind::set_qmax, execute_set_qmax},
+    {Kind::create_stream, execute_create_stream},
+    {Kind::delete_stream, execute_delete_stream},
+    {Kind::set_red, execute_set_red},
+    {Kind::set_stream_shaping, execute_set_stream_shaping},
+    {Kind::set_stream_actual_rate, execute_set_stream_actual_rate},
+    {Kind::set_qostype, execute_set_qostype},
+    {Kind::set_stream_priority, execute_set_stream_priority},
+    {Kind::set_stream_tosmap, execute_set_stream_tosmap},
+    {Kind::get_stream_info, execute_get_stream_info},
+    {Kind::get_stream_busy_info, execute_get_stream_busy_info},
     {Kind::create_vlan, execute_create_vlan},
     {Kind::delete_vlan, execute_delete_vlan},
     {Kind::set_vl_flag, execute_set_vl_flag},
@@ -40,6 +66,14 @@ constexpr Row rows[] = {
     {Kind::delete_protgroup, execute_delete_protgroup},
     {Kind::add_prot_to_group, execute_add_prot_to_group},
     {Kind::remove_prot_from_group, execute_remove_prot_from_group},
+    {Kind::create_mirror, execute_create_mirror},
+    {Kind::delete_mirror, execute_delete_mirror},
+    {Kind::enable_mirror, execute_enable_mirror},
+    {Kind::disable_mirror, execute_disable_mirror},
+    {Kind::set_mirror_source, execute_set_mirror_source},
+    {Kind::set_mirror_dest, execute_set_mirror_dest},
+    {Kind::set_mirror_classify, execute_set_mirror_classify},
+    {Kind::set_mirror_tag, execute_set_mirror_tag},
 };
 
 constexpr std::array<Executor, KIND_COUNT> by_kind()
@@ -50,11 +84,15 @@ constexpr std::array<Executor, KIND_COUNT> by_kind()
 }
 constexpr std::array<Executor, KIND_COUNT> executors = by_kind();
 
-int execute_by_kind(State& state, vf_cmd& command)
+constexpr bool has_a_row_for_each_kind()
 {
-    const Executor execute = executors[static_cast<u32>(command.kind)];
-    return execute ? execute(state, command) : SOFTNP_ERR_NOT_SUPPORTED;
+    std::array<bool, KIND_COUNT> found{};
+    for (const Row& row : rows) found[static_cast<u32>(row.kind)] = true;
+    return std::find(found.begin(), found.end(), false) == found.end();
 }
+static_assert(has_a_row_for_each_kind());
+
+int execute_by_kind(State& state, vf_cmd& command) { return executors[static_cast<u32>(command.kind)](state, command); }
 
 void prepare(vf_cmd& command)
 {

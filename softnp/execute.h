@@ -27,6 +27,36 @@ int execute_addFDB(State& state, vf_cmd& command);
 int execute_removeFDB(State& state, vf_cmd& command);
 int execute_findFDB(State& state, vf_cmd& command);
 
+int execute_add_classify_act(State& state, vf_cmd& command);
+int execute_rem_classify_act(State& state, vf_cmd& command);
+int execute_add_classify_prof(State& state, vf_cmd& command);
+int execute_rem_classify_prof(State& state, vf_cmd& command);
+int execute_add_prefilter_act(State& state, vf_cmd& command);
+int execute_rem_prefilter_act(State& state, vf_cmd& command);
+int execute_add_loc_act(State& state, vf_cmd& command);
+int execute_rem_loc_act(State& state, vf_cmd& command);
+int execute_add_prefilter_prof(State& state, vf_cmd& command);
+int execute_rem_prefilter_prof(State& state, vf_cmd& command);
+int execute_add_loc_prof(State& state, vf_cmd& command);
+int execute_rem_loc_prof(State& state, vf_cmd& command);
+
+int execute_create_queue(State& state, vf_cmd& command);
+int execute_delete_queue(State& state, vf_cmd& command);
+int execute_add_queue(State& state, vf_cmd& command);
+int execute_set_esparam(State& state, vf_cmd& command);
+int execute_set_qmax(State& state, vf_cmd& command);
+
+int execute_create_stream(State& state, vf_cmd& command);
+int execute_delete_stream(State& state, vf_cmd& command);
+int execute_set_red(State& state, vf_cmd& command);
+int execute_set_stream_shaping(State& state, vf_cmd& command);
+int execute_set_stream_actual_rate(State& state, vf_cmd& command);
+int execute_set_qostype(State& state, vf_cmd& command);
+int execute_set_stream_priority(State& state, vf_cmd& command);
+int execute_set_stream_tosmap(State& state, vf_cmd& command);
+int execute_get_stream_info(State& state, vf_cmd& command);
+int execute_get_stream_busy_info(State& state, vf_cmd& command);
+
 int execute_create_vlan(State& state, vf_cmd& command);
 int execute_delete_vlan(State& state, vf_cmd& command);
 int execute_set_vl_flag(State& state, vf_cmd& command);
@@ -37,6 +67,15 @@ int execute_create_protgroup(State& state, vf_cmd& command);
 int execute_delete_protgroup(State& state, vf_cmd& command);
 int execute_add_prot_to_group(State& state, vf_cmd& command);
 int execute_remove_prot_from_group(State& state, vf_cmd& command);
+
+int execute_create_mirror(State& state, vf_cmd& command);
+int execute_delete_mirror(State& state, vf_cmd& command);
+int execute_enable_mirror(State& state, vf_cmd& command);
+int execute_disable_mirror(State& state, vf_cmd& command);
+int execute_set_mirror_source(State& state, vf_cmd& command);
+int execute_set_mirror_dest(State& state, vf_cmd& command);
+int execute_set_mirror_classify(State& state, vf_cmd& command);
+int execute_set_mirror_tag(State& state, vf_cmd& command);
 
 // What several subjects look up.
 

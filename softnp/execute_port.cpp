@@ -1,5 +1,6 @@
 // The port commands. Called through the table of executors.
 #include "execute.h"
+#include "queueing.h"
 
 namespace softnp {
 
@@ -130,8 +131,10 @@ int execute_set_bandwidth_calc_mode(State& state, vf_cmd& command)
 {
     int error = SOFTNP_OK;
     Port* port = find_port(state, command.args[0], error);
-    if (port) port->settings.bandwidth_calc_mode = command.args[1];
-    return error;
+    if (!port) return error;
+    settle_streams(state);
+    port->settings.bandwidth_calc_mode = command.args[1];
+    return SOFTNP_OK;
 }
 
 int execute_set_def_class(State& state, vf_cmd& command)
@@ -149,6 +152,7 @@ int execute_set_ph_shaping(State& state, vf_cmd& command)
 {
     const u32 phport = command.args[0];
     if (phport == 0 || phport >= PHPORT_SLOTS) return SOFTNP_ERR_NO_PHPORT;
+    settle_streams(state);
     state.phport[phport] = {command.args[1], command.args[2]};
     return SOFTNP_OK;
 }

@@ -1,5 +1,6 @@
 // The commands of VLANs and memberships. Called through the table of executors.
 #include "execute.h"
+#include "lists.h"
 
 namespace softnp {
 
@@ -133,6 +134,7 @@ int execute_remove_port_vlan(State& state, vf_cmd& command)
     erase(vlan->tagged, np_port);
     erase(vlan->protocol_based, np_port);
     drop_bindings(*port, VID);
+    unbind_lists(state, VID, np_port);
     return SOFTNP_OK;
 }
 

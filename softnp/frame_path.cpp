@@ -3,7 +3,11 @@
 #include "clock.h"
 #include "device.h"
 #include "events.h"
+#include "lists.h"
 #include "mac_table.h"
+#include "mirrors.h"
+#include "queueing.h"
+#include "treatment.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,6 +22,14 @@ constexpr u32 P_UNTAGGED = 0x10;
 constexpr u32 P_INGRESS_FILTERING = 0x20;
 constexpr u32 FLAG_NO_PORT = 0x4;  // of a MAC entry: discard
 constexpr u32 TAGGED_MIN_FRAME = SOFTNP_MIN_FRAME + 4;
+
+// An admitted frame on its way to other ports.
+struct Passage {
+    const Frame& frame;
+    const Vlan& vlan;
+    FrameFields fields;
+    Treatment treatment;
+};
 
 bool is_group(const u8* mac) { return (mac[0] & 1) != 0; }
 
@@ -97,38 +109,74 @@ softnp_reason refused_at_egress(const State& state, const Vlan& vlan, u32 np_por
     return SOFTNP_REASON_NONE;
 }
 
-void send_out(State& state, const Frame& frame, const Vlan& vlan, u32 np_port, softnp_verdict& verdict)
+void mark(u32 words[3], u32 np_port) { words[np_port / 32] |= 1u << (np_port % 32); }
+
+Queueing hand_over(State& state, const Passage& passage, u32 np_port, u32 tick_ms)
 {
-    PortSet sent{{verdict.egress[0], verdict.egress[1], verdict.egress[2]}};
-    insert(sent, np_port);
-    std::copy(sent.word, sent.word + 3, verdict.egress);
-    for (u32 word = 0; word < 3; word++) verdict.egress_tagged[word] = sent.word[word] & vlan.tagged.word[word];
-    verdict.egress_count++;
-    state.counters.port[np_port].tx_frames++;
-    state.counters.port[np_port].tx_bytes += frame.length;
+    Stream* stream = stream_of_port(state, np_port, passage.treatment.stream);
+    if (!stream) {
+        state.counters.unqueued++;
+        count_sent(state, np_port, passage.frame.length);
+        return Queueing::sent;
+    }
+    const u32 class_no = class_in_stream(stream->record, passage.treatment, passage.fields);
+    return enqueue(state, *stream, class_no, passage.treatment.colour, passage.frame.length, tick_ms);
 }
 
-softnp_reason flood(State& state, const Frame& frame, const Vlan& vlan, softnp_verdict& verdict)
+void send_out(State& state, const Passage& passage, u32 np_port, softnp_verdict& verdict)
+{
+    const Queueing result = hand_over(state, passage, np_port, verdict.tick_ms);
+    mark(verdict.egress, np_port);
+    if (contains(passage.vlan.tagged, np_port)) mark(verdict.egress_tagged, np_port);
+    if (result == Queueing::waiting) mark(verdict.egress_waiting, np_port);
+    if (result == Queueing::dropped) mark(verdict.egress_dropped, np_port);
+    verdict.egress_count++;
+    if (result != Queueing::dropped) mirror_sent(state, passage.frame, np_port, verdict);
+}
+
+softnp_reason flood(State& state, const Passage& passage, softnp_verdict& verdict)
 {
     for (u32 np_port = 1; np_port < PORT_SLOTS; np_port++)
-        if (np_port != frame.np_port && refused_at_egress(state, vlan, np_port) == SOFTNP_REASON_NONE)
-            send_out(state, frame, vlan, np_port, verdict);
+        if (np_port != passage.frame.np_port && refused_at_egress(state, passage.vlan, np_port) == SOFTNP_REASON_NONE)
+            send_out(state, passage, np_port, verdict);
     verdict.outcome = SOFTNP_FLOODED;
     return verdict.egress_count != 0 ? SOFTNP_REASON_NONE : SOFTNP_REASON_NO_EGRESS;
 }
 
-softnp_reason forward(State& state, const Frame& frame, const Vlan& vlan, softnp_verdict& verdict)
+softnp_reason forward(State& state, const Passage& passage, softnp_verdict& verdict)
 {
-    const softnp_mac_entry* entry = vlan.ignore_fdb != 0 ? nullptr : find_mac(state, vlan.FID, destination_of(frame));
-    if (!entry) return flood(state, frame, vlan, verdict);
+    const Vlan& vlan = passage.vlan;
+    const softnp_mac_entry* entry =
+        vlan.ignore_fdb != 0 ? nullptr : find_mac(state, vlan.FID, destination_of(passage.frame));
+    if (!entry) return flood(state, passage, verdict);
     if (entry->np_port < 0) return SOFTNP_REASON_DISCARD_ENTRY;
     const u32 egress = static_cast<u32>(entry->np_port);
-    if (egress == frame.np_port) return SOFTNP_REASON_SAME_PORT;
+    if (egress == passage.frame.np_port) return SOFTNP_REASON_SAME_PORT;
     const softnp_reason refused = refused_at_egress(state, vlan, egress);
     if (refused != SOFTNP_REASON_NONE) return refused;
-    send_out(state, frame, vlan, egress, verdict);
+    send_out(state, passage, egress, verdict);
     verdict.outcome = SOFTNP_FORWARDED;
     return SOFTNP_REASON_NONE;
+}
+
+// The membership that the frame came by may have a profile; its first line that matches decides.
+Treatment treatment_of(State& state, const Frame& frame, const FrameFields& fields, softnp_verdict& verdict)
+{
+    const Port& port = state.port[frame.np_port];
+    const LineMatch match = match_profile(state, verdict.VID, frame, fields);
+    if (!match.line) return treatment_by_port(port, fields);
+    verdict.profile = match.profile;
+    verdict.line_no = match.line_no;
+    return treatment_by_line(port, *match.line, fields);
+}
+
+Passage classify(State& state, const Frame& frame, const FrameFields& fields, softnp_verdict& verdict)
+{
+    const Treatment treatment = treatment_of(state, frame, fields, verdict);
+    verdict.stream = treatment.stream;
+    verdict.class_no = treatment.class_no;
+    verdict.colour = treatment.colour;
+    return {frame, state.vlan[verdict.VID], fields, treatment};
 }
 
 // Local addresses with the flag are the reserved ones of the link itself: they reach the CPU whatever their VLAN,
@@ -138,6 +186,7 @@ softnp_reason run(State& state, const Frame& frame, softnp_verdict& verdict)
     const Port& port = state.port[frame.np_port];
     softnp_reason refused = refused_at_port(port, frame);
     if (refused != SOFTNP_REASON_NONE) return refused;
+    mirror_received(state, frame, verdict);
     const softnp_mac_entry* local = local_entry(state, port, frame);
     if (local && (local->flag & FLAG_NO_PORT) != 0) {
         verdict.outcome = SOFTNP_DELIVERED;
@@ -151,13 +200,17 @@ softnp_reason run(State& state, const Frame& frame, softnp_verdict& verdict)
     refused = refused_in_vlan(state, port, frame, classified);
     if (refused != SOFTNP_REASON_NONE) return refused;
 
+    mirror_admitted(state, frame, verdict);
     const Vlan& vlan = state.vlan[classified.VID];
+    const FrameFields fields = fields_of(port, frame, classified.VID);
+    if (is_filtered(state, classified.VID, frame, fields)) return SOFTNP_REASON_PREFILTER;
+    const Passage passage = classify(state, frame, fields, verdict);
     look_source_up(state, frame, vlan, verdict);
     if (local) {
         verdict.outcome = SOFTNP_DELIVERED;
         return SOFTNP_REASON_NONE;
     }
-    return is_forwarding(port) ? forward(state, frame, vlan, verdict) : SOFTNP_REASON_NOT_FORWARDING;
+    return is_forwarding(port) ? forward(state, passage, verdict) : SOFTNP_REASON_NOT_FORWARDING;
 }
 
 void count(softnp_port_counters& counters, const Frame& frame, const softnp_verdict& verdict)

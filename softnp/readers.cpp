@@ -1,7 +1,9 @@
 // Readers of the device's state and counters, for tools, tests and audits.
 #include "device.h"
 #include "execute.h"
+#include "lists.h"
 #include "mac_table.h"
+#include "queueing.h"
 
 #include <algorithm>
 #include <cstring>
@@ -22,6 +24,28 @@ u32 vlan_count(const State& state)
 {
     return static_cast<u32>(
         std::count_if(state.vlan, state.vlan + VLAN_SLOTS, [](const Vlan& vlan) { return vlan.exists != 0; }));
+}
+
+u32 stream_count(const State& state)
+{
+    return static_cast<u32>(std::count_if(state.qos.stream, state.qos.stream + SOFTNP_STREAMS,
+                                          [](const Stream& stream) { return stream.exists != 0; }));
+}
+
+u32 queue_count(const State& state)
+{
+    return static_cast<u32>(std::count_if(state.qos.queue, state.qos.queue + SOFTNP_QUEUES,
+                                          [](const Queue& queue) { return queue.exists != 0; }));
+}
+
+void clear_mirror_counters(State& state)
+{
+    for (Mirror& mirror : state.mirrors.mirror) {
+        mirror.record.copies = 0;
+        mirror.record.copy_bytes = 0;
+        mirror.record.unsent = 0;
+        mirror.record.dropped = 0;
+    }
 }
 
 void fill(softnp_vlan& out, const Vlan& vlan, u32 VID)
@@ -133,6 +157,7 @@ int softnp_get_port_counters(uint32_t np_port, softnp_port_counters* counters)
     const Access device;
     if (!device) return -1;
     if (np_port == 0 || np_port >= PORT_SLOTS) return 0;
+    settle_streams(*device);
     *counters = device->counters.port[np_port];
     return 1;
 }
@@ -142,6 +167,7 @@ int softnp_get_device_counters(softnp_device_counters* out)
     if (!out) return -1;
     const Access device;
     if (!device) return -1;
+    settle_streams(*device);
     const Counters& counters = device->counters;
     out->frames = counters.frames;
     std::copy(counters.dropped, counters.dropped + SOFTNP_REASON_COUNT, out->dropped);
@@ -151,12 +177,19 @@ int softnp_get_device_counters(softnp_device_counters* out)
     out->commands_refused = counters.commands_refused;
     out->commands_lost = counters.commands_lost;
     out->owner_deaths = device->header.owner_deaths;
+    out->unqueued = counters.unqueued;
+    out->copies = counters.copies;
+    out->copies_lost = counters.copies_lost;
     out->events_queued = device->events.count;
     out->ports = port_count(*device);
     out->vlans = vlan_count(*device);
     out->groups = device->groups.count;
     out->mac_entries = device->mac.entry_count;
     out->mac_capacity = device->header.mac_capacity;
+    out->streams = stream_count(*device);
+    out->queues = queue_count(*device);
+    out->buffers_used = device->qos.buffers.used;
+    out->pad = 0;
     return 0;
 }
 
@@ -164,6 +197,9 @@ int softnp_clear_counters(void)
 {
     const Access device;
     if (!device) return -1;
+    clear_queue_counters(*device);
+    clear_line_counters(*device);
+    clear_mirror_counters(*device);
     std::memset(static_cast<void*>(&device->counters), 0, sizeof device->counters);
     return 0;
 }

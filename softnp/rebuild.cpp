@@ -1,7 +1,9 @@
 // The device's state as a whole: emptied, or made consistent after a process died in the middle of a change.
 #include "clock.h"
 #include "device.h"
+#include "lists.h"
 #include "mac_table.h"
+#include "queueing.h"
 
 #include <algorithm>
 #include <cstring>
@@ -55,6 +57,8 @@ void keep_bounds(State& state)
     for (softnp_group& group : state.groups.group) group.count = std::min<u16>(group.count, SOFTNP_GROUP_PROTOCOLS);
     state.events.first %= SOFTNP_EVENTS;
     state.events.count = std::min(state.events.count, SOFTNP_EVENTS);
+    state.mirrors.ring.first %= SOFTNP_COPIES;
+    state.mirrors.ring.count = std::min(state.mirrors.ring.count, SOFTNP_COPIES);
     state.refusals.count = std::min(state.refusals.count, SOFTNP_REFUSALS);
 }
 
@@ -66,6 +70,8 @@ void rebuild(State& state)
     for (Vlan& vlan : state.vlan) keep_existing_members(state, vlan);
     for (u32 np_port = 1; np_port < PORT_SLOTS; np_port++) keep_valid_bindings(state, state.port[np_port], np_port);
     rebuild_fid_use(state);
+    rebuild_queues(state);
+    rebuild_lists(state);
     rebuild_mac_table(state);
 }
 
@@ -80,6 +86,11 @@ void wipe(State& state)
     clear(state.phport);
     clear(state.vlan);
     clear(state.fid);
+    clear(state.qos);
+    clear(state.lists);
+    clear(state.mirrors.mirror);
+    state.mirrors.ring.is_on = 0;
+    state.mirrors.ring.count = 0;
     state.events.first = 0;
     state.events.count = 0;
     state.log.next_serial = 0;

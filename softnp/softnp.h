@@ -35,6 +35,33 @@ extern "C" {
 #define SOFTNP_PHPORTS 4u
 #define SOFTNP_VLANS 4094u
 #define SOFTNP_CLASSES 8u
+/** Colours of a frame: 0 green, 1 yellow, 2 red. */
+#define SOFTNP_COLOURS 3u
+#define SOFTNP_STREAMS 1024u
+/** Streams of one port: port ID p has the streams (p - 1) * 256 and up. */
+#define SOFTNP_PORT_STREAMS 256u
+#define SOFTNP_QUEUES 8192u
+/** Frames that can wait in all queues together. */
+#define SOFTNP_BUFFERS 65536u
+#define SOFTNP_TOS_ENTRIES 8u
+/** Classify profiles are numbered 1..64. */
+#define SOFTNP_PROFILES 64u
+#define SOFTNP_PROFILE_LINES 256u
+/** Prefilter lists, and as many loc lists, each with any number for a name. */
+#define SOFTNP_FILTER_LISTS 16u
+#define SOFTNP_PREFILTER_LINES 129u
+#define SOFTNP_LOC_LINES 16u
+/** Memberships that have a list of one kind. */
+#define SOFTNP_LIST_BINDINGS 8192u
+/** Mirrors are numbered 1..4. */
+#define SOFTNP_MIRRORS 4u
+/** Captured copies that can wait for their reader. */
+#define SOFTNP_COPIES 128u
+/** The longest copy: the longest frame, sent with a tag, with the mirror's own tag added. */
+#define SOFTNP_MAX_COPY (SOFTNP_MAX_FRAME + 8u)
+#define SOFTNP_CLASSIFY_LINE_SIZE 120u
+#define SOFTNP_PREFILTER_BLOCK_SIZE 64u
+#define SOFTNP_LOC_BLOCK_SIZE 16u
 #define SOFTNP_GROUPS 8u
 #define SOFTNP_GROUP_PROTOCOLS 8u
 /** Protocol bindings (group, VID) of one port. */
@@ -51,6 +78,8 @@ extern "C" {
 /** Bytes of the frame that a learn event carries. */
 #define SOFTNP_EVENT_HEADER 18u
 #define SOFTNP_NO_PORT 0xFFFFFFFFu
+#define SOFTNP_NO_STREAM 0xFFFFFFFFu
+#define SOFTNP_NO_QUEUE 0xFFFFFFFFu
 /** Cookie of a learn event whose source address matched no entry. */
 #define SOFTNP_NO_COOKIE 0xFFFFFFFFu
 #define SOFTNP_MAX_DELAY_MS 10000
@@ -58,7 +87,7 @@ extern "C" {
 /** Error numbers: a refused command's status field and vf_rd_err give one of these. */
 enum softnp_error {
     SOFTNP_OK = 0,
-    SOFTNP_ERR_NOT_SUPPORTED = 1, /* the device does not model the command's subject */
+    SOFTNP_ERR_NOT_SUPPORTED = 1, /* free for softnp_refuse: this device supports all commands */
     SOFTNP_ERR_NOT_DELIVERED = 2, /* vf_call failed; the device never saw the command */
     SOFTNP_ERR_SCRIPTED = 3,      /* refused on order of softnp_refuse */
     SOFTNP_ERR_BAD_VALUE = 4,     /* an argument outside what vf.h allows */
@@ -81,6 +110,22 @@ enum softnp_error {
     SOFTNP_ERR_NO_PROTOCOL = 21,     /* the protocol is not in the group */
     SOFTNP_ERR_PROTOCOL_EXISTS = 22, /* the protocol is in this or another group */
     SOFTNP_ERR_NO_PHPORT = 23,
+    SOFTNP_ERR_NO_STREAM = 24,
+    SOFTNP_ERR_STREAM_EXISTS = 25,
+    SOFTNP_ERR_NO_QUEUE = 26,
+    SOFTNP_ERR_QUEUE_EXISTS = 27,
+    SOFTNP_ERR_QUEUE_ATTACHED = 28,
+    SOFTNP_ERR_QUEUE_NOT_ATTACHED = 29,
+    SOFTNP_ERR_CLASS_IN_USE = 30, /* another queue serves the class of the stream */
+    SOFTNP_ERR_NO_LINE = 31,
+    SOFTNP_ERR_LIST_BOUND = 32, /* the membership has a list of that kind */
+    SOFTNP_ERR_LIST_NOT_BOUND = 33,
+    SOFTNP_ERR_NO_MIRROR = 34,
+    SOFTNP_ERR_MIRROR_EXISTS = 35,
+    SOFTNP_ERR_MIRROR_ENABLED = 36,
+    SOFTNP_ERR_MIRROR_DISABLED = 37,
+    SOFTNP_ERR_MIRROR_INCOMPLETE = 38,   /* no source, or no destination */
+    SOFTNP_ERR_MIRROR_FEEDS_ITSELF = 39, /* the source is what leaves the destination */
     SOFTNP_ERROR_COUNT
 };
 
@@ -145,7 +190,10 @@ enum softnp_outcome {
     SOFTNP_DELIVERED = 3  /* to the CPU: a local address of the receiving port */
 };
 
-/** Why a frame was dropped. The tests are made in this order, but for DISCARD_ENTRY, which precedes SAME_PORT. */
+/**
+ * Why a frame was dropped. The tests are made in this order, but for DISCARD_ENTRY, which precedes SAME_PORT, and
+ * PREFILTER, which follows NOT_MEMBER.
+ */
 enum softnp_reason {
     SOFTNP_REASON_NONE = 0,
     SOFTNP_REASON_UNKNOWN_PORT = 1, /* counted for the device only */
@@ -163,7 +211,8 @@ enum softnp_reason {
     SOFTNP_REASON_EGRESS_NOT_FORWARDING = 13,
     SOFTNP_REASON_EGRESS_NOT_MEMBER = 14,
     SOFTNP_REASON_NO_EGRESS = 15, /* to be flooded, but no other member may send it */
-    SOFTNP_REASON_COUNT = 16
+    SOFTNP_REASON_PREFILTER = 16, /* the first prefilter line that matched says so */
+    SOFTNP_REASON_COUNT = 17
 };
 
 /** What the look-up of the source address found. */
@@ -187,12 +236,20 @@ typedef struct softnp_verdict {
     uint32_t source;   /* enum softnp_source */
     uint32_t learning; /* enum softnp_learning */
     uint32_t tick_ms;
-    uint16_t VID;              /* VLAN of the frame; 0 if it did not come so far */
-    uint8_t tagged;            /* 1 = by the frame's tag (a priority tag does not count) */
-    uint8_t by_protocol;       /* 1 = by a protocol group */
-    uint32_t egress_count;     /* ports that sent it */
-    uint32_t egress[3];        /* bit p % 32 of word p / 32: NP port p sent it */
-    uint32_t egress_tagged[3]; /* those that sent it with a tag */
+    uint16_t VID;               /* VLAN of the frame; 0 if it did not come so far */
+    uint8_t tagged;             /* 1 = by the frame's tag (a priority tag does not count) */
+    uint8_t by_protocol;        /* 1 = by a protocol group */
+    uint32_t egress_count;      /* ports that it was forwarded to */
+    uint32_t egress[3];         /* bit p % 32 of word p / 32: forwarded to NP port p */
+    uint32_t egress_tagged[3];  /* of these: with a tag */
+    uint32_t egress_waiting[3]; /* of these: still in a queue of the port when softnp_receive returned */
+    uint32_t egress_dropped[3]; /* of these: not sent, because its queue did not take it */
+    uint16_t stream;            /* of the egress port, counted from 0, that it was classified to; 0xFFFF = none */
+    uint8_t class_no;           /* 0xFF = none; the TOS map of the egress port's stream may say another */
+    uint8_t colour;             /* 0 green, 1 yellow, 2 red */
+    uint16_t profile;           /* of the classify line that matched, and its number now; 0 = none did */
+    uint16_t line_no;
+    uint32_t mirrors; /* bit m: mirror m made a copy */
 } softnp_verdict;
 
 /**
@@ -222,6 +279,23 @@ typedef struct softnp_event {
     uint8_t header[SOFTNP_EVENT_HEADER]; /* the frame's first bytes, zeros after its end */
     uint16_t header_length;              /* bytes of it that were in the frame, 14..18 */
 } softnp_event;
+
+/** A copy as it leaves the analyser port. */
+typedef struct softnp_copy {
+    uint32_t mirror;
+    uint32_t np_port; /* the analyser port */
+    uint32_t tick_ms;
+    uint32_t length;
+    uint8_t bytes[SOFTNP_MAX_COPY];
+} softnp_copy;
+
+/**
+ * Lets the device keep the copies that mirrors send, for softnp_next_copy, or stops it. What was kept before is dropped.
+ * A device does not keep them unless told. @param on 0 or 1 @return 0
+ */
+SOFTNP_API int softnp_capture_copies(int on);
+/** Takes the oldest copy out. At most SOFTNP_COPIES wait; more are lost and counted. @return 1, or 0 if there is none */
+SOFTNP_API int softnp_next_copy(softnp_copy* copy);
 
 /** Takes the oldest event off the queue. @return 1, or 0 if there is none */
 SOFTNP_API int softnp_next_event(softnp_event* event);
@@ -253,19 +327,29 @@ typedef struct softnp_device_counters {
     uint64_t commands_refused; /* of these */
     uint64_t commands_lost;    /* not delivered */
     uint64_t owner_deaths;     /* times a process died while it held the device's lock */
+    uint64_t unqueued;         /* frames sent past the queues: their port has no such stream, or it no queue for them */
+    uint64_t copies;           /* made by mirrors */
+    uint64_t copies_lost;      /* sent but not captured: nobody took the earlier ones in time */
     uint32_t events_queued;
     uint32_t ports;
     uint32_t vlans;
     uint32_t groups;
     uint32_t mac_entries;
     uint32_t mac_capacity;
+    uint32_t streams;
+    uint32_t queues;
+    uint32_t buffers_used; /* frames waiting in all queues */
+    uint32_t pad;
 } softnp_device_counters;
 
 /** @return 1, or 0 (counters untouched) if the port is not 1..SOFTNP_PORTS */
 SOFTNP_API int softnp_get_port_counters(uint32_t np_port, softnp_port_counters* counters);
 /** @return 0 */
 SOFTNP_API int softnp_get_device_counters(softnp_device_counters* counters);
-/** Zeroes the frame, event and command counters of the device, its ports and its command kinds. @return 0 */
+/**
+ * Zeroes the frame, event and command counters of the device, its ports, streams, queues, lines, mirrors and command kinds.
+ * Frames that wait count as offered anew. @return 0
+ */
 SOFTNP_API int softnp_clear_counters(void);
 
 /* ---- commands: counts, log, refusals --------------------------------------------------------------------- */
@@ -397,7 +481,129 @@ typedef struct softnp_phport {
     uint32_t shaping_param2;
 } softnp_phport;
 
+/**
+ * What became of the frames of a queue, or of all queues of a stream, since it was created or counters were cleared.
+ * offered = sent + waiting + dropped + flushed, in frames and in bytes.
+ */
+typedef struct softnp_queue_counters {
+    uint64_t offered_frames;
+    uint64_t offered_bytes;
+    uint64_t sent_frames;
+    uint64_t sent_bytes;
+    uint64_t dropped_length;              /* frames; the queue was as long as it may be */
+    uint64_t dropped_red[SOFTNP_COLOURS]; /* frames, by colour */
+    uint64_t dropped_buffers;             /* frames; all buffers of the device were in use */
+    uint64_t flushed_frames;              /* waiting when their queue was taken out of its stream or deleted */
+    uint64_t lost_bytes;                  /* of all that were dropped or flushed */
+} softnp_queue_counters;
+
+typedef struct softnp_queue {
+    uint32_t queue;
+    uint32_t size;         /* stored */
+    uint32_t queue_length; /* frames that may wait */
+    uint32_t streamno;     /* SOFTNP_NO_STREAM if in none */
+    uint8_t class_no;
+    uint8_t mode; /* 1 = weighted fair queueing, 2 = strict priority, others: neither pri nor ratio kept */
+    uint8_t pri;
+    uint8_t ratio;
+    uint32_t waiting_frames;
+    uint64_t waiting_bytes;
+    softnp_queue_counters counters;
+} softnp_queue;
+
+/** Thresholds in percent of the queue's length, drops in percent of the frames. */
+typedef struct softnp_red {
+    uint8_t min_thresh;
+    uint8_t max_thresh;
+    uint8_t min_drop;
+    uint8_t max_drop;
+} softnp_red;
+
+typedef struct softnp_stream {
+    uint32_t streamno;
+    uint32_t priority;  /* stored */
+    uint32_t qos_type;  /* 1 = weighted fair queueing, 2 = strict priority, others: in order of arrival */
+    uint32_t qos_param; /* stored, as the other */
+    uint32_t qos_param2;
+    uint32_t minrate; /* bits a second; bursts are bytes */
+    uint32_t minburst;
+    uint32_t maxrate;
+    uint32_t maxburst;
+    uint32_t has_actual_rate; /* 1 = the two below were set */
+    uint32_t actual_rate;
+    uint32_t actual_excess;
+    softnp_red red[SOFTNP_CLASSES][SOFTNP_COLOURS];
+    uint32_t tosmap_bits;
+    uint32_t tos_value[SOFTNP_TOS_ENTRIES];
+    uint32_t tos_mask[SOFTNP_TOS_ENTRIES];
+    uint32_t queue[SOFTNP_CLASSES]; /* SOFTNP_NO_QUEUE = the class has none */
+    uint32_t waiting_frames;
+    uint32_t is_shaped;
+    uint64_t waiting_bytes;
+    uint64_t rate;     /* bits a second that it sends at now, if it is shaped */
+    uint64_t unqueued; /* frames of classes without a queue, sent past the queues */
+    softnp_queue_counters counters;
+} softnp_stream;
+
+enum softnp_list_kind {
+    SOFTNP_CLASSIFY = 0, /* profiles */
+    SOFTNP_PREFILTER = 1,
+    SOFTNP_LOC = 2
+};
+
+/** A list that has lines. */
+typedef struct softnp_list {
+    uint32_t list; /* its number */
+    uint32_t lines;
+} softnp_list;
+
+/** One line of a list: its bytes as the command gave them, in the processor's byte order, and what it matched. */
+typedef struct softnp_line {
+    uint32_t list;
+    uint32_t line_no; /* its place now, 1.. */
+    uint64_t frames;  /* that it was the first line to match; of loc lines always 0 */
+    uint64_t bytes;
+    uint32_t size; /* 120, 64 or 16 */
+    uint8_t data[SOFTNP_CLASSIFY_LINE_SIZE];
+    uint32_t pad;
+} softnp_line;
+
+/** The list of a membership. */
+typedef struct softnp_list_binding {
+    uint32_t list;
+    uint32_t words[4]; /* stored */
+} softnp_list_binding;
+
+typedef struct softnp_mirror {
+    uint32_t mirror;
+    uint32_t enabled;
+    uint32_t kind;           /* 0 none, 1 port in, 2 port in, one VLAN, 3 port out, 4 port out, one VLAN, 5 a VLAN */
+    uint32_t source_port_id; /* the database's number, as the destination's */
+    uint32_t source_VID;
+    uint32_t dest_port_id; /* 0 = none */
+    uint32_t class_no;     /* class of the copies, in the stream of the destination that the next names from 0 on */
+    uint32_t second;
+    uint32_t colour;
+    uint32_t tag_on;
+    uint32_t tagtype;
+    uint32_t tag_VID;
+    uint64_t copies; /* made */
+    uint64_t copy_bytes;
+    uint64_t unsent;  /* of these: the destination is not there, or disabled */
+    uint64_t dropped; /* of these: by a queue of the destination */
+} softnp_mirror;
+
 /* Each reader returns 1, or 0 (record untouched) if there is no such object. */
+/** @param number 1..4 */
+SOFTNP_API int softnp_get_mirror(uint32_t number, softnp_mirror* mirror);
+/** @param kind enum softnp_list_kind @param index 0.. of the lists that have lines, in the order of their numbers */
+SOFTNP_API int softnp_get_list(int kind, uint32_t index, softnp_list* list);
+/** @param line_no 1.. */
+SOFTNP_API int softnp_get_line(int kind, uint32_t list, uint32_t line_no, softnp_line* line);
+SOFTNP_API int softnp_get_list_binding(int kind, uint32_t VID, uint32_t np_port, softnp_list_binding* binding);
+/** A stream or a queue as it is at the device's present tick. */
+SOFTNP_API int softnp_get_stream(uint32_t streamno, softnp_stream* stream);
+SOFTNP_API int softnp_get_queue(uint32_t queue, softnp_queue* record);
 SOFTNP_API int softnp_get_port(uint32_t np_port, softnp_port* port);
 /** @param index 0..binding_count-1, in the order in which they were made */
 SOFTNP_API int softnp_get_binding(uint32_t np_port, uint32_t index, softnp_binding* binding);

@@ -3,15 +3,16 @@
 #pragma once
 
 #include "command.h"
+#include "list_state.h"
+#include "mirror_state.h"
+#include "queue_state.h"
 
 #include <pthread.h>
 #include <type_traits>
 
 namespace softnp {
 
-inline constexpr u32 PORT_SLOTS = SOFTNP_PORTS + 1;  // by NP port number; slot 0 stays empty
 inline constexpr u32 PHPORT_SLOTS = SOFTNP_PHPORTS + 1;
-inline constexpr u32 VLAN_SLOTS = SOFTNP_VLANS + 1;  // by VID; slot 0 stays empty
 inline constexpr u32 FID_COUNT = 65536;
 
 // Set once the state below is ready to use.
@@ -144,6 +145,9 @@ struct Counters {
     u64 commands;
     u64 commands_refused;
     u64 commands_lost;
+    u64 unqueued;
+    u64 copies;
+    u64 copies_lost;
     softnp_port_counters port[PORT_SLOTS];
     KindCounters kind[KIND_COUNT];
 };
@@ -159,6 +163,9 @@ struct State {
     Vlan vlan[VLAN_SLOTS];
     u16 member_tagtype[VLAN_SLOTS][PORT_SLOTS];  // of the members
     FidUse fid[FID_COUNT];
+    Qos qos;
+    Lists lists;
+    Mirrors mirrors;
     EventQueue events;
     Log log;
     MacTable mac;

@@ -32,6 +32,22 @@ constexpr const char* errors[] = {
     "protocol is not in the group",
     "protocol is in a group already",
     "no such physical port",
+    "no such stream",
+    "stream exists already",
+    "no such queue",
+    "queue exists already",
+    "queue is in a stream already",
+    "queue is in no stream",
+    "class of the stream has another queue",
+    "no such line",
+    "membership has a list already",
+    "membership has no list",
+    "no such mirror",
+    "mirror exists already",
+    "mirror is enabled",
+    "mirror is not enabled",
+    "mirror has no source or no destination",
+    "mirror would copy what it sends",
 };
 static_assert(std::size(errors) == SOFTNP_ERROR_COUNT);
 
@@ -54,6 +70,7 @@ constexpr const char* reasons[] = {
     "egress port not forwarding",
     "egress port not a member of the VLAN",
     "no port to flood to",
+    "prefilter",
 };
 static_assert(std::size(reasons) == SOFTNP_REASON_COUNT);
 

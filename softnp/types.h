@@ -20,4 +20,7 @@ using u64 = std::uint64_t;
 using i16 = std::int16_t;
 using i32 = std::int32_t;
 
+inline constexpr u32 PORT_SLOTS = SOFTNP_PORTS + 1;  // by NP port number; slot 0 stays empty
+inline constexpr u32 VLAN_SLOTS = SOFTNP_VLANS + 1;  // by VID; slot 0 stays empty
+
 }  // namespace softnp

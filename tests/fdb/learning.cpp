@@ -88,6 +88,23 @@ TEST_F(Learning, TheStationLearnedLastIsMetFirst)
     EXPECT_EQ((Totals{3, 0}), totals());
 }
 
+TEST_F(Learning, ALearnedEntryKeepsNothingOfTheOneThatHadItsRecord)
+{
+    given_static(20, b, 77, 0xFFFFFFFF, 2);
+    u32 err = 0;
+    ASSERT_EQ(0, zelfdb_delete_sfil(20, b.byte, 2, &err));
+    ASSERT_EQ(0, learn(3, a, 5));
+    const Fil& entry = *fil(10, a);
+    ASSERT_EQ(31u * 44, cookie_of(10, a)) << "the same record";
+    EXPECT_EQ(offset_of(base(), table(10)), entry.offset);
+    EXPECT_EQ(3u, entry.port);
+    EXPECT_EQ(0u, entry.fil_flag);
+    EXPECT_EQ(3u, entry.fil_type);
+    EXPECT_EQ(0u, entry.fil_permit);
+    EXPECT_EQ(5u, entry.lastValidate);
+    EXPECT_EQ(now_s, entry.last_seen);
+}
+
 TEST_F(Learning, TheCookieOfANewStationIsNotLookedAt)
 {
     EXPECT_EQ(0, learn(3, a, 0, 0));

@@ -1,8 +1,6 @@
 // The commands of the MAC table: what they store, when they are refused, and the table against a standard container.
-#include "np_device.h"
+#include "seed.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <random>
@@ -44,14 +42,6 @@ vf_fdb_request request_for(u16 FID, const Mac& mac, softnp::i16 np_port)
     request.port = np_port;
     request.port2 = np_port;
     return request;
-}
-
-u32 seed()
-{
-    const char* given = std::getenv("SOFTNP_TEST_SEED");
-    const u32 value = given ? static_cast<u32>(std::strtoul(given, nullptr, 0)) : std::random_device{}();
-    std::printf("SOFTNP_TEST_SEED=%u\n", value);
-    return value;
 }
 
 }  // namespace
@@ -258,7 +248,7 @@ TEST_F(MacTable, HoldsAllItIsMadeFor)
 // Few addresses and a small table, so that adds meet entries, removals gaps, and the table its end.
 TEST_F(SmallTable, AgreesWithAMapOverRandomSequences)
 {
-    std::mt19937 random(seed());
+    std::mt19937 random(chosen_seed());
     std::map<std::pair<u16, Mac>, u32> model;
     ASSERT_EQ(0, create_vlan(20));
     for (u32 step = 0; step < 20000; step++) {
