@@ -31,7 +31,10 @@ Figures figures_of(const u32 (&answer)[18])
 
 void put(u8* record, std::size_t at, u32 word) { std::memcpy(record + at, &word, sizeof word); }
 
-constexpr std::size_t class_row(u32 class_no) { return offsetof(zelfdb_stream_info, row) + 20 * class_no; }
+constexpr std::size_t class_row(u32 class_no)
+{
+    return offsetof(zelfdb_stream_info, row) + sizeof(zelfdb_stream_class) * class_no;
+}
 
 // What the single query and the listing have in common.
 void write_common(const Stream& stream, const Figures& figures, u8* record)

@@ -10,6 +10,7 @@ void print_line(const Frame& frame, const char* format, ...)
     const Line line{frame};
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line above starts it
     std::vprintf(format, arguments);
     va_end(arguments);
 }
