@@ -35,6 +35,8 @@ install(TARGETS zelfdb zelfdb_static EXPORT zelfdb_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/zelfdb/zelfdb.h include/zelfdb/vf.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelfdb)
 
+# The installed tree may be moved: paths are found from where the file lies.
+file(RELATIVE_PATH zelfdb_prefix_from_pc /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
 configure_file(cmake/zelfdb.pc.in zelfdb.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelfdb.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -13,7 +13,7 @@ strict="-Wall -Wextra -Wpedantic -Werror"
 DESTDIR=$stage cmake --install "$build" --prefix /usr > "$work/install.log"
 pc=$(find "$stage" -name zelfdb.pc)
 libdir=$(dirname "$(dirname "$pc")")
-export PKG_CONFIG_PATH="${pc%/*}" PKG_CONFIG_SYSROOT_DIR="$stage"
+export PKG_CONFIG_PATH="${pc%/*}"
 flags=$(pkg-config --cflags --libs zelfdb)
 
 expect() { # what, command...

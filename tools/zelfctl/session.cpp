@@ -108,6 +108,7 @@ int run_program(const std::vector<std::string>& words)
         return exit_usage;
     }
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     std::vector<std::string> copy = words;
     for (std::string& word : copy) arguments.push_back(word.data());
     arguments.push_back(nullptr);
