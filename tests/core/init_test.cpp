@@ -21,7 +21,9 @@ constexpr u32 fdb_size = 32 * 44;
 
 std::string refused(int error, u32 size)
 {
-    return "Error: shmget " + std::to_string(error) + " size:" + std::to_string(size) + "\n";
+    char text[80];
+    std::snprintf(text, sizeof text, "Error: shmget %d size:%u\n", error, size);
+    return text;
 }
 
 // A system that has neither segments nor semaphores.

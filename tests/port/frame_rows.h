@@ -153,7 +153,8 @@ protected:
         return all;
     }
 
-    // The database becomes the same whatever the NP answers, at each single command and at all of them.
+    // The database becomes the same whatever the NP answers, at each single command and at all of them, and when its
+    // library makes no command at all.
     void NP_that_refuses(const FrameRow& row)
     {
         SCOPED_TRACE(row.name);
@@ -162,36 +163,34 @@ protected:
         Scratch scratch;
         const Ran accepted = run(row.succeeds, scratch);
         const Expected result = now();
-        const bool told = row.answer == Answer::returned;
-
-        for (const recorder::Failure how : {recorder::Failure::delivery, recorder::Failure::status}) {
+        const auto expect_again = [&](int expected_result, const Commands& commands) {
+            Scratch other;
+            EXPECT_EQ(run(row.succeeds, other), (Ran{expected_result, accepted.err, commands}));
+            EXPECT_EQ(other, scratch);
+            EXPECT_TRUE(result.is_now());
             start.restore();
             recorder::reset();
-            recorder::fail_always(how);
-            Scratch other;
-            const Ran ran = run(row.succeeds, other);
-            EXPECT_EQ(ran, (Ran{told ? -1 : accepted.result, accepted.err,
-                                repeated(accepted.commands, 0, accepted.commands.size())}));
-            EXPECT_TRUE(result.is_now());
-        }
-        for (std::size_t i = 0; i < accepted.commands.size(); ++i) {
-            SCOPED_TRACE("refused: " + accepted.commands[i]);
-            const bool twice = !sent_once(accepted.commands[i]);
-            for (const u32 times : {1u, 2u}) {
-                start.restore();
-                recorder::reset();
-                if (times == 2 && !twice) continue;
-                recorder::fail("", recorder::Failure::status, static_cast<u32>(i) + 1, times);
-                Scratch other;
-                const Ran ran = run(row.succeeds, other);
-                const bool failed = told && times == 2;
-                EXPECT_EQ(ran,
-                          (Ran{failed ? -1 : accepted.result, accepted.err, repeated(accepted.commands, i, i + 1)}));
-                EXPECT_TRUE(result.is_now());
-            }
-        }
+        };
         start.restore();
         recorder::reset();
+
+        const std::size_t count = accepted.commands.size();
+        const int refused_result = row.answer == Answer::returned ? -1 : accepted.result;
+        recorder::fail_always(recorder::Failure::delivery);
+        expect_again(refused_result, repeated(accepted.commands, 0, count));
+        recorder::fail_always(recorder::Failure::status);
+        expect_again(refused_result, repeated(accepted.commands, 0, count));
+        recorder::fail_builders(1000);
+        expect_again(refused_result, {});
+        for (std::size_t i = 0; i < count; ++i) {
+            SCOPED_TRACE("refused: " + accepted.commands[i]);
+            const Commands twice = repeated(accepted.commands, i, i + 1);
+            recorder::fail("", recorder::Failure::status, static_cast<u32>(i) + 1, 1);
+            expect_again(accepted.result, twice);
+            if (sent_once(accepted.commands[i])) continue;
+            recorder::fail("", recorder::Failure::status, static_cast<u32>(i) + 1, 2);
+            expect_again(refused_result, twice);
+        }
         environment::reset();
     }
 };

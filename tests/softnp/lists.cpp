@@ -239,9 +239,10 @@ TEST_F(Lists, BindingsAreBoundedAndTheirPlacesComeBack)
     ASSERT_EQ(0, tell(vf_mk_rem_classify_prof(1, 1)));
     ASSERT_EQ(0, tell(vf_mk_add_classify_prof(5, 3, 4094, FOUR)));
     softnp_list_binding binding{};
-    for (u32 VID = 2; VID <= SOFTNP_LIST_BINDINGS / 3; VID++) {
-        ASSERT_EQ(1, softnp_get_list_binding(SOFTNP_CLASSIFY, VID, 2, &binding)) << VID;
-        ASSERT_EQ(1 + VID % 64, binding.list);
+    for (u32 place = 1; place < SOFTNP_LIST_BINDINGS; place++) {
+        const u32 VID = 1 + place / 3;
+        ASSERT_EQ(1, softnp_get_list_binding(SOFTNP_CLASSIFY, VID, 1 + place % 3, &binding)) << VID;
+        ASSERT_EQ(1 + VID % 64, binding.list) << VID;
     }
     ASSERT_EQ(1, softnp_get_list_binding(SOFTNP_CLASSIFY, 4094, 3, &binding));
     EXPECT_EQ(5u, binding.list);

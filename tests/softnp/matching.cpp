@@ -530,6 +530,15 @@ TEST_F(Matching, APrefilterDropsByTheFirstLineThatMatches)
     EXPECT_STREQ("prefilter", softnp_reason_text(SOFTNP_REASON_PREFILTER));
 }
 
+TEST_F(Matching, APrefilterLineAsksOnlyFramesThatHaveItsFields)
+{
+    ASSERT_EQ(0, tell(vf_mk_add_prefilter_prof(1, 2, 10, NO_WORDS)));
+    ASSERT_EQ(0, tell(vf_mk_add_prefilter_act(1, 0, BlockBytes(1).ask(0x20, {0, 0, 0, 0}).bytes.data())));
+    EXPECT_EQ(SOFTNP_REASON_PREFILTER, static_cast<int>(receive(2, bytes_of(Facts{.proto = 6})).reason));
+    EXPECT_EQ(0u, receive(2, bytes_of(Facts{.proto = 1})).reason);
+    EXPECT_EQ(0u, receive(2, bytes_of(Facts{.ethertype = 0x0806})).reason);
+}
+
 TEST_F(Matching, APrefilterLineThatAsksForNothingMatchesAll)
 {
     ASSERT_EQ(0, tell(vf_mk_add_prefilter_prof(1, 2, 10, NO_WORDS)));

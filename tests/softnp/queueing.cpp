@@ -266,6 +266,38 @@ TEST_F(Queueing, AnUpdateOfTheRateCountsFromItsOwnTime)
     EXPECT_EQ(60u, queue(1).counters.sent_frames);
 }
 
+TEST_F(Queueing, AChangeOfShapingCountsFromItsOwnTime)
+{
+    given_stream(0);
+    given_queue(1, 0, 0);
+    set_rate(0, 8000);
+    send_frames(100, {.length = 100});
+    pass_to(1000);
+    set_rate(0, 80000);
+    pass_to(1500);
+    EXPECT_EQ(10u + 50u, queue(1).counters.sent_frames);
+    set_actual_rate(0, 8000, 72000);
+    pass_to(1600);
+    ASSERT_EQ(0, tell(vf_mk_set_ph_shaping(1, 1, 0)));  // the excess is gone
+    pass_to(2600);
+    EXPECT_EQ(60u + 10u + 10u, queue(1).counters.sent_frames);
+}
+
+TEST_F(Queueing, AChangeOfTheTypeCountsFromItsOwnTime)
+{
+    given_stream(0);
+    given_queue(0, 0, 0, 100, 2, 0);
+    given_queue(7, 0, 7, 100, 2, 7);
+    set_rate(0, 8000);
+    send_frames(10, {.class_no = 0});
+    send_frames(10, {.class_no = 7});
+    pass_to(500);
+    ASSERT_EQ(0, tell(vf_mk_set_qostype(0, 2, 0, 0)));
+    pass_to(1000);
+    EXPECT_EQ(5u, queue(0).counters.sent_frames);
+    EXPECT_EQ(5u, queue(7).counters.sent_frames);
+}
+
 TEST_F(Queueing, ATickThatGoesBackSendsNothingAndAWrapIsTime)
 {
     given_stream(0);

@@ -133,6 +133,9 @@ TEST_F(Streams, TheRateFollowsActualRateExcessAndPhysicalPort)
     EXPECT_EQ(0u, stream(0).is_shaped);
     set_actual_rate(0, 0, 0);  // an update names streams that are not shaped, too
     EXPECT_EQ(0u, stream(0).is_shaped);
+    set_actual_rate(0, 500, 0);
+    EXPECT_EQ(1u, stream(0).is_shaped);
+    EXPECT_EQ(500u, stream(0).rate);
 
     ASSERT_EQ(0, tell(vf_mk_set_stream_shaping(0, 8000, 0, 16000, 0)));
     EXPECT_EQ(1u, stream(0).is_shaped);
