@@ -83,7 +83,7 @@ void parse_loc_address(const Slot& slot, LocBlock& block)
 {
     int n[4] = {};
     int prefix = 0;
-    // NOLINTNEXTLINE(cert-err34-c): what sscanf accepts is the language
+    // What sscanf accepts is the language.
     const int items = std::sscanf(slot.text, "%d.%d.%d.%d/%d", &n[0], &n[1], &n[2], &n[3], &prefix);
     if (items < 4) return;
     for (const int octet : n) block.address = block.address << 8 | (static_cast<u32>(octet) & 0xFF);
@@ -94,7 +94,7 @@ void parse_loc_address(const Slot& slot, LocBlock& block)
 bool parse_loc_number(const Slot& slot, int upper, u16& value)
 {
     int number = 0;
-    // NOLINTNEXTLINE(cert-err34-c): what sscanf accepts is the language
+    // What sscanf accepts is the language.
     if (std::sscanf(slot.text, "%d", &number) != 1 || number < 0 || number > upper) return false;
     value = static_cast<u16>(number);
     return true;

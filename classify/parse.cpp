@@ -9,7 +9,6 @@ namespace {
 
 // What sscanf accepts is the language: leading blanks, signs, trailing rubbish and wrapped octets included, as the texts
 // come from command readers that rely on it.
-// NOLINTBEGIN(cert-err34-c)
 
 struct Addresses {
     u8 from[4];
@@ -74,7 +73,6 @@ bool scan_numbers(const char* text, Numbers& n)
     if (more == 1) up_to(n);
     return more >= 1;
 }
-// NOLINTEND(cert-err34-c)
 
 template <class Value>
 void store(Value from, Value to, Value mask, Value out[4])

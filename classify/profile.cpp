@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "core/call.h"
+#include "core/order.h"
 #include "np/classify_commands.h"
 
 namespace zelfdb {
@@ -155,12 +156,16 @@ int zelfdb_rem_classify_all_from_profile(uint32_t profile, uint32_t* err)
     Classify* const classify = find_profile(call, profile);
     if (!classify) return call.fail(ZELFDB_NO_CLASSIFY);
 
-    for (Action& action : actions_of(call.base(), *classify)) {
+    // Off the profile first: a process that dies among them must not leave a list that leads on through free records, where
+    // the next to add a line would go round for ever.
+    const auto lines = actions_of(call.base(), *classify);
+    classify->action_head = none;
+    classify->naction = 0;
+    keep_order();
+    for (Action& action : lines) {
         action.position = 1;  // what each is when all before it are gone
         free_action(call.base(), call.header(), &action);
     }
-    classify->action_head = none;
-    classify->naction = 0;
     // Sent for an empty profile too, deliberately: it puts an NP right that has lines which the database has not.
     rem_classify_act_to_NP(call.descriptor(), classify->ID, all_lines);
     return 0;

@@ -67,13 +67,13 @@ public:
     [[nodiscard]] int failed() const { return fail(ZELFDB_NO_DESCRIPTOR); }
     [[nodiscard]] int fail(u32 code) const
     {
-        if (err_) *err_ = code;
+        tell(code);
         return -1;
     }
     // For operations whose word always receives the final code, 0 on success.
     [[nodiscard]] int finish(u32 code) const
     {
-        if (err_) *err_ = code;
+        tell(code);
         return code == ZELFDB_DONE ? 0 : -1;
     }
 
@@ -88,6 +88,10 @@ public:
     [[nodiscard]] Vlan* vlan(u32 vid) const { return lookup_vlan(base(), header(), vid & 0xFFFF); }
 
 private:
+    void tell(u32 code) const
+    {
+        if (err_) *err_ = code;
+    }
     void leave() const
     {
         const bool both = lock_ == Lock::main_and_fdb;

@@ -60,7 +60,7 @@ void write_report(const Vlan& vlan, const Mac& mac, const Port& old_port, const 
                   "simple_loop_detection:LOOP ? (%02x:%02x:%02x:%02x:%02x:%02x)(%d->%d)(VLAN \"%s\")", m[0], m[1], m[2],
                   m[3], m[4], m[5], static_cast<int>(old_port.PortID), static_cast<int>(new_port.PortID),
                   format_safe(vlan).text);
-    syslog(loop_priority, report);  // NOLINT(clang-diagnostic-format-security): made safe above
+    syslog(loop_priority, report);  // made safe above
 }
 
 }  // namespace

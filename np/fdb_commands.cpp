@@ -41,15 +41,22 @@ void store(u32* output, u32 value)
 
 }  // namespace
 
-int add_fil_to_NP(const Descriptor& d, const Fil& fil)
+vf_cmd* addition_of(const Descriptor& d, const Fil& fil)
 {
     const vf_fdb_request request = request_of(d, fil);
-    return ask(d, vf_mk_addFDB(&request, &fil), vf_rd_addFDB);
+    return vf_mk_addFDB(&request, &fil);
 }
+
+int add_fil_to_NP(const Descriptor& d, const Fil& fil) { return ask(d, addition_of(d, fil), vf_rd_addFDB); }
 
 vf_cmd* removal_of(const Descriptor& d, const Fil& fil) { return vf_mk_removeFDB(np_FID(d, fil), fil.mac.byte); }
 
 int rem_fil_from_NP(const Descriptor& d, const Fil& fil) { return ask(d, removal_of(d, fil), vf_rd_removeFDB); }
+
+int rem_address_from_NP(const Descriptor& d, u16 FID, const Mac& mac)
+{
+    return ask(d, vf_mk_removeFDB(FID, mac.byte), vf_rd_removeFDB);
+}
 
 int search_fil_to_NP(const Descriptor& d, const Fil& fil, u32* current_tick, u32* last_hit_tick, u32* third)
 {

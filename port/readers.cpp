@@ -39,7 +39,7 @@ void write_count(u8* record, u32 count)
 }
 
 // The listing leaves the words behind the breaker's state alone, and the count too when there is nothing to count: both
-// deliberate, callers merge it into records that they filled by the single reader.
+// deliberate, callers depend on finding there what they had put there.
 void write_listed(const Call& call, const Port& port, u8* record, std::size_t limit)
 {
     write_head(port, record);
@@ -61,7 +61,7 @@ int zelfdb_get_portinfo(uint32_t port_id, zelfdb_port_info* info)
     write_head(*port, record);
     BoundedRows words{record, offsetof(zelfdb_port_info, def_spno), offsetof(zelfdb_port_info, nmember)};
     words.put(port->def_spno, port->def_pri, port->def_color, port->bw_calc_mode, port->link_frames_fwd);
-    // A port without memberships reports one, and no row: deliberate, callers size their next buffer by it.
+    // A port without memberships reports one, and no row: deliberate, callers compare the count.
     const u32 count = write_rows(call, *port, record, BoundedRows::unbounded);
     write_count(record, count == 0 ? 1 : count);
     return 0;

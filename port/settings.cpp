@@ -13,17 +13,18 @@ int zelfdb_set_port_class_policing(uint32_t port_id, int32_t class_no, uint32_t 
 
     Port* const port = call.port(port_id);
     if (!port) return call.fail(ZELFDB_NO_PORT);
-    // Only too large a class is refused, on purpose. A negative one has no row to be stored in, but reaches the NP.
+    // Only too large a class is refused, deliberately: callers keep the class within 0..7. A negative one has no row to be
+    // stored in, but reaches the NP.
     if (class_no > static_cast<i32>(class_count) - 1) return call.fail(ZELFDB_BAD_CLASS);
 
+    const auto color_byte = static_cast<u8>(color & 0xFF);  // the NP is told what a row can hold
     if (class_no >= 0) {
         Policing& row = port->policing[class_no];
-        row.color = static_cast<u8>(color & 0xFF);
+        row.color = color_byte;
         row.rate = rate;
         row.burst = burst;
     }
-    set_port_class_policing_to_NP(call.descriptor(), port_id, static_cast<u32>(class_no), rate, burst,
-                                  static_cast<u32>(color));
+    set_port_class_policing_to_NP(call.descriptor(), port_id, static_cast<u32>(class_no), rate, burst, color_byte);
     return 0;
 }
 

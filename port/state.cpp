@@ -13,7 +13,7 @@ int set_uplink_flag(const Call& call, u32 port_id, u32 value)
 
     Port* const port = call.port(port_id);
     if (!port) return call.fail(ZELFDB_NO_PORT);
-    // Even to clear the mark a membership is needed: deliberate, a marked port cannot leave its VLANs.
+    // Even to clear the mark a membership is needed: deliberate, callers depend on the refusal.
     if (port->pv_head == none) return call.fail(ZELFDB_NOT_MEMBER);
 
     port->uplink = value;
@@ -36,7 +36,8 @@ int get_port_vid(const Call& call, u32 port_id, u32* vid)
 }  // namespace
 }  // namespace zelfdb
 
-// Neither touches the port's flags: callers restore or remove them by the parameter setter.
+// Neither touches the port's flags nor what was learned on it, deliberately: that is the callers' business. The state stays
+// changed when the NP refuses.
 int zelfdb_enable_port(uint32_t port_id, uint32_t* err)
 {
     using namespace zelfdb;
@@ -78,7 +79,7 @@ int zelfdb_notify_portstate(zelfdb_descriptor* descriptor, uint32_t port_id, uin
     return 0;
 }
 
-// The result is -1 in every case, which callers know: the error word, written on failure alone, is what they judge by.
+// The result is -1 in every case, deliberately: the error word, written on failure alone, is what callers judge by.
 int zelfdb_recover_port_sldbkr(uint32_t port_id, uint32_t* err)
 {
     using namespace zelfdb;

@@ -1,5 +1,5 @@
-// The printed dump of one VLAN, for diagnosis. Its lines are read by people and scripts as they are, the semicolons and the
-// order of the counters included.
+// The printed dump of one VLAN, for diagnosis. Callers compare its lines letter for letter, so the odd ones are kept on
+// purpose: the semicolons, the order of the counters, the missing label of a type that is neither STATIC nor DYNAMIC.
 #include <cstdio>
 
 #include "core/call.h"

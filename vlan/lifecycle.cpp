@@ -84,6 +84,7 @@ int zelfdb_delete_vlan(uint32_t vid, uint32_t* err)
     if (!vlan) return call.fail(ZELFDB_NO_VLAN);
     if (vlan->pv_head != none) return call.fail(ZELFDB_VLAN_HAS_PORTS);
 
+    // The NP loses the VLAN, then its STATIC entries, then its learned ones: callers compare the order of the commands.
     delete_vlan_to_NP(call.descriptor(), vlan->VID);
     clear_fdb(call.descriptor(), vlan->fdb, fil_static);
     clear_fdb(call.descriptor(), vlan->fdb, fil_dynamic);

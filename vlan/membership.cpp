@@ -1,7 +1,10 @@
 // Ports join and leave VLANs.
 #include "vlan/membership.h"
 
+#include <algorithm>
+
 #include "core/call.h"
+#include "core/order.h"
 #include "fdb/listing.h"
 #include "np/port_commands.h"
 #include "np/vlan_commands.h"
@@ -15,6 +18,7 @@ struct Join {
     bool protocol_based;
     u16 group;
 
+    // An untagged membership by protocol counts as untagged too, but leaves the port's PVID alone.
     [[nodiscard]] bool owns_pvid() const { return !tagged && !protocol_based; }
 };
 
@@ -59,7 +63,10 @@ void tell_NP(const Call& call, const Vlan& vlan, const Port& port, const Join& j
 // without one, on purpose: keeping within the table is the business of whoever asks.
 void append_binding(Port& port, const Vlan& vlan, const Join& join)
 {
-    if (port.npg < prot_bindings_per_port) port.prot[port.npg++] = {join.group, vlan.VID};
+    if (port.npg >= prot_bindings_per_port) return;
+    port.prot[port.npg] = {join.group, vlan.VID};
+    keep_order();  // a process may die here
+    ++port.npg;
 }
 
 // One more group for a membership by protocol: no new record, and no counter but the history changes.
@@ -111,22 +118,22 @@ u32 new_membership(const Call& call, Vlan& vlan, Port& port, const Join& join)
     return ZELFDB_DONE;
 }
 
-// The table is written back, unused pairs zeroed, only when something was dropped.
+// Closes the gaps, and zeroes unused pairs only when something was dropped. At each moment every other binding stands in some
+// row and is counted, for a process may die at any.
 void drop_bindings(Port& port, u16 VID)
 {
-    ProtBinding kept[prot_bindings_per_port] = {};
-    u32 count = 0;
-    u32 dropped = 0;
-    for (u32 i = 0; i < port.npg && i < prot_bindings_per_port; ++i) {
-        if (port.prot[i].VID == VID) {
-            ++dropped;
-        } else {
-            kept[count++] = port.prot[i];
-        }
+    const u32 count = std::min(port.npg, prot_bindings_per_port);
+    u32 kept = 0;
+    for (u32 i = 0; i < count; ++i) {
+        if (port.prot[i].VID == VID) continue;
+        if (kept != i) port.prot[kept] = port.prot[i];
+        ++kept;
+        keep_order();
     }
-    if (dropped == 0) return;
-    port.npg = count;
-    std::memcpy(port.prot, kept, sizeof kept);
+    if (kept == count) return;
+    for (u32 i = kept; i < prot_bindings_per_port; ++i) port.prot[i] = {};
+    keep_order();
+    port.npg = kept;
 }
 
 void unlink_pv(const Descriptor& d, Vlan& vlan, Pv& pv)
@@ -208,8 +215,8 @@ int zelfdb_rem_port_from_vlan(uint32_t vid, uint32_t port_id, uint32_t* err)
     --port->npv;
     --vlan->npv;
     if (!(pv->pv_flag & (pv_tagged | pv_protocol))) set_pvid(call, *port, 0);
-    // Twice from the port, never from the VLAN: deliberate. Readers of these two words know it, and the VLAN readers count
-    // the memberships themselves.
+    // Twice from the port, never from the VLAN: deliberate, callers compare these two words. The VLAN readers count the
+    // memberships themselves.
     if (!(pv->pv_flag & pv_tagged)) port->upv -= 2;
     unlink_pv(call.descriptor(), *vlan, *pv);
     return 0;

@@ -1,8 +1,10 @@
 // Protocol groups: numbered sets of protocol values in one fixed table. Unlike most setters these hand back what the NP
 // answered, while the database keeps the change.
+#include <algorithm>
 #include <cstring>
 
 #include "core/call.h"
+#include "core/order.h"
 #include "np/vlan_commands.h"
 
 namespace zelfdb {
@@ -39,13 +41,28 @@ bool some_port_uses(const Call& call, u16 group)
     return false;
 }
 
+// Closes the gap. At each moment every other protocol stands in some place, for a process may die at any.
+void remove_protocol(ProtGroup& group, u16 protocol)
+{
+    const u32 count = std::min<u32>(group.nprot, protocols_max);
+    u32 kept = 0;
+    for (u32 i = 0; i < count; ++i) {
+        if (group.prot[i] == protocol) continue;
+        group.prot[kept++] = group.prot[i];
+        keep_order();
+    }
+    group.nprot = static_cast<u16>(kept);
+    keep_order();
+    std::fill(group.prot + kept, group.prot + protocols_max, u16{0});
+}
+
 // Closes the gap, so that the groups behind it keep their order.
 void remove_group(ProtGroupTable& table, ProtGroup& gone)
 {
-    ProtGroup* const end = table.group + table.count;
-    for (ProtGroup* to = &gone; to + 1 < end; ++to) *to = to[1];
+    ProtGroup* const last = table.group + std::min(table.count, groups_max) - 1;
+    for (ProtGroup* to = &gone; to < last; ++to) *to = to[1];
     --table.count;
-    table.group[table.count] = {};
+    *last = {};
 }
 
 }  // namespace
@@ -103,7 +120,9 @@ int zelfdb_add_prot_to_group(uint32_t protocol, uint32_t group_id, uint32_t* err
     if (!entry) return call.fail(ZELFDB_NO_PROTGROUP);
     if (entry->nprot >= protocols_max) return call.fail(ZELFDB_PROTGROUP_FULL);
 
-    entry->prot[entry->nprot++] = low_half(protocol);
+    entry->prot[entry->nprot] = low_half(protocol);
+    keep_order();  // a process that dies here must not leave a protocol that nobody asked for
+    ++entry->nprot;
     return add_prot_to_group_to_NP(call.descriptor(), low_half(protocol), low_half(group_id));
 }
 
@@ -118,12 +137,7 @@ int zelfdb_remove_prot_from_group(uint32_t protocol, uint32_t group_id, uint32_t
     if (!entry) return call.fail(ZELFDB_NO_PROTGROUP);
     if (!holds(*entry, low_half(protocol))) return call.fail(ZELFDB_PROTOCOL_NOT_IN_GROUP);
 
-    ProtGroup kept{};
-    kept.group = entry->group;
-    for (u32 i = 0; i < entry->nprot && i < protocols_max; ++i) {
-        if (entry->prot[i] != low_half(protocol)) kept.prot[kept.nprot++] = entry->prot[i];
-    }
-    *entry = kept;
+    remove_protocol(*entry, low_half(protocol));
     return remove_prot_from_group_to_NP(call.descriptor(), low_half(protocol), low_half(group_id));
 }
 

@@ -40,7 +40,7 @@ void write_vlan(const Call& call, const Vlan& vlan, u8* record, std::size_t limi
     std::memcpy(record, vlan.name, sizeof vlan.name);
     BoundedRows head{record, offsetof(zelfdb_vlan_info, vlan_flag), limit};
     head.put(vlan.vlan_flag, vlan.VID, members, untagged);
-    // Added to, not stored: deliberate. Callers pass zeroed records, and some sum over several VLANs in one.
+    // Added to, not stored: deliberate, callers depend on it and pass zeroed records.
     add_to_word(record + offsetof(zelfdb_vlan_info, npvid), npvid);
     BoundedRows{record, offsetof(zelfdb_vlan_info, nfil), limit}.put(vlan.fdb.nfil);
 }

@@ -31,7 +31,7 @@ struct NpFlag {
     u32 selector;
 };
 
-// For every VLAN at once, the last one's command is not sent: deliberate, the platform's NP counts on exactly these.
+// For every VLAN at once, the last one's command is not sent: deliberate, callers compare the commands.
 int set_np_flag(const Call& call, u32 vid, bool on, const NpFlag& np)
 {
     return change_vlans(call, vid, [&](Vlan& vlan) {
@@ -71,5 +71,6 @@ int zelfdb_set_vlan_learning_off(uint32_t vid, uint32_t on, uint32_t* err)
 {
     using namespace zelfdb;
     preset(err);
+    // On is 2 to the NP, not 1.
     return set_np_flag(Call{Lock::main, err}, vid, on != 0, {vflag_learning_off, on ? 2u : 0u, vlan_flag_learning});
 }

@@ -150,7 +150,10 @@ enum zelfdb_param_selector {
     ZELFDB_SELECT_P_FLAG_TO_NP = 0x8000 /* send the p_flag bits that the flag mask names */
 };
 
-/** Bits of a port's p_flag that have a meaning to the library; the others are the NP's. */
+/**
+ * Bits of a port's p_flag that have a meaning to the library; the others are the NP's. Bits 0x2 and 0x4 are the NP's too,
+ * but the library takes them away, with learning, from a port that goes down or whose loop breaker trips.
+ */
 enum zelfdb_p_flag {
     ZELFDB_P_LEARN = 0x0001,          /* learning; set only while the port is up */
     ZELFDB_P_UNTAGGED = 0x0010,       /* untagged and priority-tagged frames are admitted */
@@ -661,8 +664,8 @@ ZELFDB_API int zelfdb_delete_sfil_select_port2(zelfdb_descriptor* descriptor, ui
 ZELFDB_API int zelfdb_create_port(uint32_t port_id, uint32_t phport, int32_t p_type, uint32_t* err);
 
 /**
- * Deletes a port with its static entries in all VLANs and its own local entries. Learned entries of the port stay until
- * they are cleared or its ID is used again.
+ * Deletes a port with its static entries in all VLANs and its own local entries. Its learned entries and its streams
+ * stay; a new port of that ID takes the entries over. Sleeps as zelfdb_clear_fdb does.
  *
  * @param err  on failure: 1, 102, 1301 (still in a VLAN), 1302 (uplink), tested in this order
  * @return 0 or -1. An NP refusal is not reported. Takes the main and FDB locks.
@@ -719,7 +722,7 @@ ZELFDB_API int zelfdb_set_param_to_port2(zelfdb_descriptor* descriptor, uint32_t
  *
  * @param class_no  0..7; a negative one is not stored but reaches the NP
  * @param rate, burst  in the NP's units; rate 0 = not policed
- * @param color     0 green, 1 yellow, 2 red (low 8 bits stored)
+ * @param color     0 green, 1 yellow, 2 red (low 8 bits stored and sent)
  * @param err       on failure: 1, 102, 2203 (class above 7)
  * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
  */
@@ -965,8 +968,8 @@ ZELFDB_API int zelfdb_get_vid_from_portID2(zelfdb_descriptor* descriptor, int32_
  * @param tagged          non-zero = tagged
  * @param tagtype         tag protocol identifier of the membership (low 16 bits)
  * @param protocol_based  non-zero = only the frames of one protocol group
- * @param group           protocol group ID, read only when protocol_based is non-zero. Keep a port within eight
- *                        group bindings: only a further group for an existing membership is checked against that.
+ * @param group           protocol group ID, checked and recorded only when protocol_based is non-zero, handed to the NP
+ *                        in every case. Keep a port within eight group bindings: only a further group for an existing membership is checked against that.
  * @param err             preset; on failure 1, 103, 102, 1604, 1614, 2803, 1613, 1612, then 1603, 1615, 1616 for an
  *                        existing membership, or 1605 (tested in this order)
  * @return 0 or -1, the database unchanged on failure. An NP refusal is not reported. Takes the main lock.
@@ -1113,6 +1116,7 @@ ZELFDB_API int zelfdb_set_queue_qos(uint32_t queue, uint32_t streamno, uint32_t 
 
 /**
  * Changes a queue's size (within the budget and what it has already) and length.
+ * @param size  compared with the budget as a signed number; its low 16 bits are stored
  * @param err  on failure: 1, 106, 107, 2303 (nothing changes)
  * @return 0 or -1. An NP refusal is not reported. Takes the main lock.
  */
