@@ -3,7 +3,8 @@
 #include <netdb.h>
 
 #include <bit>
-#include <cstdio>
+#include <charconv>
+#include <cstring>
 #include <limits>
 
 namespace zelfdb {
@@ -14,59 +15,79 @@ constexpr u32 no_mask = 0xFFFFFFFF;
 // As many leading ones as the mask has down to its lowest one; 0 for an empty mask.
 int prefix_length(u32 mask) { return mask == 0 ? 0 : 32 - std::countr_zero(mask); }
 
-void append(FieldText& to, std::size_t& at, const char* format, unsigned long a)
+// The longest number of any field has ten digits.
+char* put_decimal(char* at, u32 number) { return std::to_chars(at, at + 10, number).ptr; }
+char* put_hex_number(char* at, u32 number) { return std::to_chars(at, at + 8, number, 16).ptr; }
+
+char* put_address(char* at, u32 address)
 {
-    // NOLINTNEXTLINE(clang-diagnostic-format-nonliteral): one of this file's literals
-    at += static_cast<std::size_t>(std::snprintf(to.text + at, sizeof to.text - at, format, a));
+    for (u32 shift = 24; shift != 0; shift -= 8) {
+        at = put_decimal(at, address >> shift & 0xFF);
+        *at++ = '.';
+    }
+    return put_decimal(at, address & 0xFF);
 }
 
-void append_address(FieldText& to, std::size_t& at, u32 address)
+template <class Value, class Put>
+char* put_field(char* at, const MatchField<Value>& field, Put put)
 {
-    append(to, at, "%lu.", address >> 24);
-    append(to, at, "%lu.", address >> 16 & 0xFF);
-    append(to, at, "%lu.", address >> 8 & 0xFF);
-    append(to, at, "%lu", address & 0xFF);
+    at = put(at, field.value);
+    if (field.ranged) {
+        *at++ = '-';
+        at = put(at, field.range_end);
+    }
+    if (field.mask < std::numeric_limits<Value>::max()) {
+        *at++ = '/';
+        at = put_hex_number(at, field.mask);
+    }
+    return at;
 }
 
-template <class Value>
-FieldText text_of(const MatchField<Value>& field, const char* value_format, const char* end_format)
+template <class Field>
+FieldText text_by(char* (*put)(char*, const Field&), const Field& field)
 {
-    FieldText text{};
-    std::size_t at = 0;
-    append(text, at, value_format, field.value);
-    if (field.ranged) append(text, at, end_format, field.range_end);
-    if (field.mask < std::numeric_limits<Value>::max()) append(text, at, "/%lx", field.mask);
+    FieldText text;
+    *put(text.text, field) = '\0';
     return text;
 }
 
 }  // namespace
 
-FieldText ip_text(const MatchField<u32>& field)
+char* put_ip(char* at, const MatchField<u32>& field)
 {
-    FieldText text{};
-    std::size_t at = 0;
-    append_address(text, at, field.value);
+    at = put_address(at, field.value);
     if (field.ranged) {
-        text.text[at++] = '-';
-        append_address(text, at, field.range_end);
+        *at++ = '-';
+        at = put_address(at, field.range_end);
     }
-    if (field.mask != no_mask) append(text, at, "/%lu", static_cast<unsigned long>(prefix_length(field.mask)));
-    return text;
+    if (field.mask != no_mask) {
+        *at++ = '/';
+        at = put_decimal(at, static_cast<u32>(prefix_length(field.mask)));
+    }
+    return at;
 }
 
-FieldText number_text(const MatchField<u8>& field) { return text_of(field, "%lu", "-%lu"); }
-FieldText number_text(const MatchField<u16>& field) { return text_of(field, "%lu", "-%lu"); }
-FieldText hex_text(const MatchField<u16>& field) { return text_of(field, "%lx", "-%lx"); }
+char* put_number(char* at, const MatchField<u8>& field) { return put_field(at, field, put_decimal); }
+char* put_number(char* at, const MatchField<u16>& field) { return put_field(at, field, put_decimal); }
+char* put_hex(char* at, const MatchField<u16>& field) { return put_field(at, field, put_hex_number); }
 
-FieldText protocol_text(const MatchField<u8>& field)
+bool stands_alone(const MatchField<u8>& field) { return !field.ranged && field.mask == std::numeric_limits<u8>::max(); }
+
+char* put_protocol(char* at, const MatchField<u8>& field)
 {
-    if (field.ranged || field.mask < std::numeric_limits<u8>::max()) return number_text(field);
-    const protoent* const protocol = getprotobynumber(field.value);  // NOLINT(concurrency-mt-unsafe): no threads here
-    if (!protocol) return number_text(field);
-    FieldText text{};
-    std::snprintf(text.text, sizeof text.text, "%s", protocol->p_name);
-    return text;
+    if (!stands_alone(field)) return put_number(at, field);
+    const protoent* const protocol = getprotobynumber(field.value);
+    if (!protocol) return put_number(at, field);
+    const std::size_t length = strnlen(protocol->p_name, field_text_max - 1);
+    std::memcpy(at, protocol->p_name, length);
+    return at + length;
 }
+
+FieldText ip_text(const MatchField<u32>& field) { return text_by(put_ip, field); }
+FieldText number_text(const MatchField<u8>& field) { return text_by<MatchField<u8>>(put_number, field); }
+FieldText number_text(const MatchField<u16>& field) { return text_by<MatchField<u16>>(put_number, field); }
+FieldText hex_text(const MatchField<u16>& field) { return text_by(put_hex, field); }
+FieldText protocol_text(const MatchField<u8>& field) { return text_by(put_protocol, field); }
 
 const char* line_colour_text(u8 colour)
 {
