@@ -106,8 +106,17 @@ struct CreationLock {
     bool held;
 };
 
-State* map_segment(int id)
+// The segment's size in bytes, 0 if it cannot be told.
+size_t size_of_segment(int id)
 {
+    shmid_ds status{};
+    return shmctl(id, IPC_STAT, &status) == 0 ? status.shm_segsz : 0;
+}
+
+// What is smaller than what will be looked at is somebody else's, and is not read.
+State* map_segment(int id, size_t looked_at)
+{
+    if (size_of_segment(id) < looked_at) return nullptr;
     void* address = shmat(id, nullptr, 0);
     return address == reinterpret_cast<void*>(-1) ? nullptr : static_cast<State*>(address);
 }
@@ -122,9 +131,10 @@ State* unless_ours(State* state)
 State* open_ready_segment()
 {
     const int id = shmget(SOFTNP_KEY, 0, MODE);
-    State* state = id < 0 ? nullptr : map_segment(id);
+    State* state = id < 0 ? nullptr : map_segment(id, sizeof(State));
     if (!state) return nullptr;
-    if (is_ready(*state)) return state;
+    if (is_ready(*state) && size_of_segment(id) >= sizeof(State) + mac_table_size(state->header.mac_capacity))
+        return state;
     shmdt(state);
     return nullptr;
 }
@@ -133,7 +143,7 @@ State* open_ready_segment()
 void remove_unmarked_segment()
 {
     const int id = shmget(SOFTNP_KEY, 0, MODE);
-    State* state = id < 0 ? nullptr : map_segment(id);
+    State* state = id < 0 ? nullptr : map_segment(id, sizeof(Header));
     if (!state) return;
     const bool unmarked = state->header.ready == 0;
     shmdt(state);
@@ -149,7 +159,7 @@ State* make_segment(u32 mac_capacity)
 
     remove_unmarked_segment();
     const int id = shmget(SOFTNP_KEY, device_size(mac_capacity), IPC_CREAT | IPC_EXCL | MODE);
-    state = id < 0 ? nullptr : map_segment(id);
+    state = id < 0 ? nullptr : map_segment(id, sizeof(State));
     if (state && !format(*state, mac_capacity)) {
         shmdt(state);
         return nullptr;
