@@ -50,6 +50,18 @@ TEST_F(Bindings, UnbindingClearsNumberAndWordsAndTakesTheMembershipOutOfTheList)
     EXPECT_EQ(bindings_of(2), (Members{{20, 2}, {20, 101}}));
 }
 
+// A damage: the profile is gone, and the membership is on no list.
+TEST_F(Bindings, UnbindingFromAProfileThatIsGoneClearsTheMembership)
+{
+    given_binding(2, 2, 20);
+    const Expected after = now();
+    Pv& pv = *membership(10, 1);
+    pv.classify = 9;
+    std::copy_n(words, 4, pv.classify_words);
+    EXPECT_EQ(call(zelfdb_rem_classify_profile_from_pv, 1, 10), done({"rem_classify_prof(1, 0xa)"}));
+    EXPECT_TRUE(after.is_now());
+}
+
 TEST_F(Bindings, AProfilesMembershipsAscendByVIDAndThoseOfOneVIDKeepTheOrderOfBinding)
 {
     given_binding(1, 101, 20);

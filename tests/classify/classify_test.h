@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "port/frame_rows.h"
+#include "support/frame_rows.h"
 
 namespace zelfdb {
 

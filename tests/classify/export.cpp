@@ -51,7 +51,8 @@ protected:
             if (files::open_descriptors() != open_before) return 3;
             if (semaphore_value(main_key) != 1) return 4;
             if (files::syncs().size() != 1) return 5;
-            return files::syncs()[0].content == document ? 0 : 6;
+            if (files::syncs()[0].descriptor <= STDERR_FILENO) return 6;
+            return files::syncs()[0].content == document ? 0 : 7;
         });
         return child.result();
     }
@@ -108,6 +109,7 @@ TEST_F(Export, AProfileThatDoesNotExistRemovesTheFileAndPrintsNothing)
         ASSERT_EQ(files::removals().size(), 1u);
         EXPECT_EQ(files::removals()[0].path.rfind("/tmp/clsline-", 0), 0u);
         EXPECT_TRUE(files::removals()[0].existed);
+        EXPECT_EQ(files::removals()[0].main_lock, 0);
         EXPECT_FALSE(files::exists(files::removals()[0].path));
         EXPECT_EQ(files::open_descriptors(), open_before);
         expect_frame("main- main+");
@@ -183,15 +185,118 @@ TEST_F(Export, TheFileIsMadeBeforeTheLockIsTaken)
     EXPECT_EQ(files::content_of(made[0]), document(0));
 }
 
-TEST_F(Export, AClosedStandardOutputLosesNoLockAndNoDescriptor)
+// The file is made where the lowest descriptor is free. Were it a standard stream's, the response would go into it.
+TEST_F(Export, ClosedStandardStreamsLoseNoLockAndNoDescriptorAndTheDocumentIsNoneOfThem)
 {
-    EXPECT_EQ(in_a_process(document(0),
-                           [] {
-                               std::fflush(stdout);
-                               close(STDOUT_FILENO);
-                           }),
-              0);
+    const std::string whole = document(0);
+    const std::vector<std::vector<int>> closed = {{}, {0}, {1}, {2}, {0, 1}, {1, 2}, {0, 1, 2}};
+    for (const std::vector<int>& streams : closed) {
+        for (const int buffering : {_IOFBF, _IOLBF, _IONBF}) {
+            SCOPED_TRACE(testing::PrintToString(streams) + ", buffering " + std::to_string(buffering));
+            EXPECT_EQ(in_a_process(whole,
+                                   [&] {
+                                       print_into("/dev/null");
+                                       std::setvbuf(stdout, nullptr, buffering, 4096);
+                                       for (const int stream : streams) close(stream);
+                                   }),
+                      0);
+        }
+    }
     EXPECT_EQ(exported(1).result, 0);
+}
+
+TEST_F(Export, WithoutADescriptorBesideTheStandardStreamsThereIsNoFile)
+{
+    Child child([] {
+        files::forget();
+        environment::reset();
+        close(STDOUT_FILENO);
+        rlimit before{};
+        getrlimit(RLIMIT_NOFILE, &before);
+        const rlimit only_the_streams{STDERR_FILENO + 1, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &only_the_streams);
+        u32 err = untouched;
+        const int result = zelfdb_disp_classify(0, &err);
+        setrlimit(RLIMIT_NOFILE, &before);
+        if (result != -1 || err != 1) return 1;
+        if (environment::calls("mkstemp") != 1 || files::removals().size() != 1) return 2;
+        if (!files::removals()[0].existed || files::exists(files::removals()[0].path)) return 3;
+        if (fcntl(STDOUT_FILENO, F_GETFD) != -1) return 4;
+        if (lock_moves() != "") return 5;
+        return environment::calls("shmdt") == 2 ? 0 : 6;
+    });
+    EXPECT_EQ(child.result(), 0);
+    EXPECT_EQ(exported(1).result, 0);
+}
+
+// As above, in the process that goes on: its stream stays closed.
+TEST_F(Export, AClosedStandardInputIsNeitherTakenNorLeftOpen)
+{
+    const int input = dup(STDIN_FILENO);
+    const Exportation all = exported(1, [] { close(STDIN_FILENO); });
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(input, STDIN_FILENO);
+    EXPECT_EQ(all.result, 0);
+    ASSERT_EQ(files::syncs().size(), 1u);
+    EXPECT_GT(files::syncs()[0].descriptor, STDERR_FILENO);
+    EXPECT_EQ(files::syncs()[0].content, all.document);
+    EXPECT_NE(all.document, "");
+
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const Exportation none = exported(1, [&] {
+        close(STDIN_FILENO);
+        const rlimit only_the_streams{STDERR_FILENO + 1, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &only_the_streams);
+    });
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(input, STDIN_FILENO);
+    close(input);
+    EXPECT_EQ(none.result, -1);
+    EXPECT_EQ(none.err, 1u);
+    EXPECT_EQ(none.printed, "");
+    ASSERT_EQ(files::removals().size(), 1u);
+    EXPECT_TRUE(files::removals()[0].existed);
+    EXPECT_FALSE(files::exists(files::removals()[0].path));
+}
+
+// The pipe has room for the response but not for its last line, which therefore waits until somebody reads.
+TEST_F(Export, TheDocumentIsCompleteBeforeTheResponseEnds)
+{
+    const std::string whole = document(0);
+    const std::size_t room = std::strlen("<response>\n  <result>OK</result>\n  <data file=\"/tmp/clsline-XXXXXX\"/>\n");
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const int capacity = fcntl(ends[1], F_GETPIPE_SZ);
+    ASSERT_GT(capacity, 4096);
+    const std::string filler(static_cast<std::size_t>(capacity) - room, '.');
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    ASSERT_EQ(write(ends[1], filler.data(), filler.size()), static_cast<ssize_t>(filler.size()));
+    fcntl(ends[1], F_SETFL, 0);
+
+    Child child([&] {
+        dup2(ends[1], STDOUT_FILENO);
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
+        u32 err = untouched;
+        return zelfdb_disp_classify(0, &err);
+    });
+    close(ends[1]);
+    EXPECT_TRUE(soon([&] {
+        const std::vector<std::string> made = files::open_exports(child.pid());
+        return made.size() == 1 && files::content_of(made[0]) == whole;
+    }));
+    for (const std::string& path : files::open_exports(child.pid())) remove_at_end(path);
+    EXPECT_TRUE(child.running());
+
+    std::string printed;
+    char some[4096];
+    for (ssize_t count = 0; (count = read(ends[0], some, sizeof some)) > 0;) {
+        printed.append(some, static_cast<std::size_t>(count));
+    }
+    close(ends[0]);
+    EXPECT_EQ(printed.substr(filler.size() + room), "</response>\n");
+    EXPECT_EQ(child.result(), 0);
 }
 
 TEST_F(Export, AFullStandardOutputLosesNoLockAndNoDescriptor)
@@ -223,6 +328,31 @@ TEST_F(Export, AFullDiskLosesNoLockAndNoDescriptorAndIsNotReported)
             << limit;
     }
     EXPECT_EQ(exported(1).result, 0);
+}
+
+TEST_F(Export, WhereTheDiskIsFullTheDocumentEndsAndTheResponseDoesNot)
+{
+    const std::string whole = document(0);
+    ASSERT_GT(whole.size(), 8192u);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    for (const std::size_t limit : {std::size_t{512}, std::size_t{8192}, whole.size() - 1}) {
+        SCOPED_TRACE(limit);
+        environment::reset();
+        recorder::reset();
+        const Exportation all = exported(0, [&] {
+            const rlimit file_size{limit, before.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &file_size);
+        });
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(all.result, 0);
+        EXPECT_EQ(all.err, untouched);
+        EXPECT_EQ(all.printed, "<response>\n  <result>OK</result>\n  <data file=\"" + all.path + "\"/>\n</response>\n");
+        EXPECT_EQ(all.document, whole.substr(0, limit));
+        expect_frame("main- main+");
+    }
+    signal(SIGXFSZ, handler);
 }
 
 TEST_F(Export, AProcessThatTheFullDiskKillsLeavesNoLock)

@@ -321,6 +321,23 @@ TEST_F(ExportDocument, AProtocolAloneIsWrittenByItsNameIfTheSystemKnowsOne)
     EXPECT_GE(unknown, 2u);
 }
 
+TEST_F(ExportDocument, AProtocolOfSeveralLinesIsNamedInEach)
+{
+    std::string lines;
+    u32 line_no = 0;
+    for (const u8 protocol : {u8{6}, u8{17}, u8{6}, u8{253}, u8{6}, u8{253}}) {
+        zelfdb_classify_line line{};
+        line.flags = 0x10;
+        line.proto = {protocol, 0, 255, 0};
+        given(1, line);
+        Elements e;
+        e.line_no = std::to_string(++line_no);
+        e.proto = name_or_number(protocol);
+        lines += line_text(e);
+    }
+    EXPECT_EQ(document(1), document_text(profile_text(1, lines)));
+}
+
 TEST_F(ExportDocument, AProtocolWithARangeOrAMaskIsANumber)
 {
     struct Row {

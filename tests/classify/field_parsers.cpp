@@ -1,4 +1,6 @@
 // The field parsers, rule by rule.
+#include <gtest/gtest.h>
+
 #include "classify/parsers_test.h"
 
 namespace zelfdb {

@@ -1,4 +1,6 @@
 // The field parsers against the reading by hand, over a generated table and over random texts.
+#include <gtest/gtest.h>
+
 #include <vector>
 
 #include "classify/parsers_test.h"

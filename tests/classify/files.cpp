@@ -72,7 +72,7 @@ extern "C" {
 
 int unlink(const char* path) noexcept
 {
-    files::removals().push_back({path, files::exists(path)});
+    files::removals().push_back({path, files::exists(path), zelfdb::semaphore_value(zelfdb::main_key)});
     return zelfdb::systems<int(const char*)>("unlink")(path);
 }
 
@@ -81,7 +81,7 @@ int fsync(int file)
     char path[4096] = {};
     const std::string link = "/proc/self/fd/" + std::to_string(file);
     if (readlink(link.c_str(), path, sizeof path - 1) < 0) path[0] = 0;
-    files::syncs().push_back({path, files::content_of(path), zelfdb::semaphore_value(zelfdb::main_key)});
+    files::syncs().push_back({file, path, files::content_of(path), zelfdb::semaphore_value(zelfdb::main_key)});
     return zelfdb::systems<int(int)>("fsync")(file);
 }
 }

@@ -11,11 +11,13 @@ namespace files {
 struct Removal {
     std::string path;
     bool existed;
+    int main_lock;  // the semaphore's value: 0 = held
 };
 struct Sync {
+    int descriptor;
     std::string path;
     std::string content;
-    int main_lock;  // the semaphore's value: 0 = held
+    int main_lock;
 };
 
 std::vector<Removal>& removals();

@@ -1,7 +1,6 @@
-// One call of a field parser: its result and what it made of four elements that held something before.
+// One call of a field parser: its result and what it made of four elements that held something before. Also used without
+// GoogleTest, by the fuzz targets.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cstring>

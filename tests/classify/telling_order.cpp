@@ -1,57 +1,32 @@
-// What the database holds at the moment when the NP is told: a binding is stored before, an unbinding is stored after.
-//
-// The recording NP allocates when it is handed a command, so an allocation of this program that falls between the building
-// of a command and its entry in the log is an occasion to look at the database.
-#include <cstdlib>
-#include <new>
+// What the database holds at the moment when the NP is told: every change is there already but an unbinding, which the NP
+// learns of first.
+#include "support/telling.h"
 
 #include "classify/classify_test.h"
-
-namespace {
-
-void (*on_allocation)() = nullptr;
-
-void* allocate(std::size_t size)
-{
-    if (on_allocation) on_allocation();
-    return std::malloc(size != 0 ? size : 1);
-}
-
-}  // namespace
-
-// Ours from end to end, which g++ does not see when it inlines only one of them.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-void* operator new(std::size_t size)
-{
-    if (void* const memory = allocate(size)) return memory;
-    std::abort();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 
 namespace zelfdb {
 namespace {
 
-struct Watched {
-    const Pv* pv;
-    const Classify* profile;
-    u32 built;
-    std::size_t logged;
-    u32 looks;
-    u32 looks_when_bound;
-};
-Watched watched{};
+// What the conditions look at, set by each test.
+const Pv* membership_told_of = nullptr;
+const Classify* profile_told_of = nullptr;
+const Header* header_now = nullptr;
+Offset record_told_of = none;
 
-void look()
+bool is_bound()
 {
-    if (recorder::commands_built() == watched.built || recorder::log().size() != watched.logged) return;
-    ++watched.looks;
-    if (watched.pv->classify == 2 && watched.pv->classify_words[0] != 0 && watched.profile->pv_head != none) {
-        ++watched.looks_when_bound;
-    }
+    return membership_told_of->classify == 2 && membership_told_of->classify_words[0] != 0 &&
+           profile_told_of->pv_head != none;
+}
+bool has_four_lines() { return profile_told_of->naction == 4 && profile_told_of->action_head == record_told_of; }
+bool has_two_lines_and_a_free_record()
+{
+    return profile_told_of->naction == 2 && header_now->action_free == record_told_of;
+}
+bool has_no_line()
+{
+    return profile_told_of->naction == 0 && profile_told_of->action_head == none &&
+           header_now->action_free == record_told_of;
 }
 
 class TellingOrder : public ProfileTest {
@@ -60,36 +35,55 @@ protected:
     {
         ProfileTest::SetUp();
         given_profile(2);
+        membership_told_of = membership(10, 3);
+        profile_told_of = profile(2);
+        header_now = &header();
     }
-    template <class Operation>
-    void watch(Operation operation)
+    [[nodiscard]] Offset line_at(u32 line_no) const
     {
-        recorder::log().clear();
-        watched = {membership(10, 3), profile(2), recorder::commands_built(), 0, 0, 0};
-        on_allocation = look;
-        const int result = operation();
-        on_allocation = nullptr;
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(sent().size(), 1u);
-        EXPECT_GT(watched.looks, 0u);
+        return offset_of(base(), *lookup_action(base(), header(), *profile(2), line_no));
     }
 };
 
 TEST_F(TellingOrder, ABindingIsStoredBeforeTheNPIsToldOfIt)
 {
     u32 err = 0;
-    watch([&] { return zelfdb_add_classify_profile_to_pv(2, 3, 10, words, &err); });
-    EXPECT_EQ(watched.looks_when_bound, watched.looks);
+    Telling::expect(is_bound, [&] { return zelfdb_add_classify_profile_to_pv(2, 3, 10, words, &err); });
 }
 
 TEST_F(TellingOrder, AnUnbindingIsToldToTheNPBeforeTheDatabaseForgetsTheBinding)
 {
     given_binding(2, 3, 10);
     u32 err = 0;
-    watch([&] { return zelfdb_rem_classify_profile_from_pv(3, 10, &err); });
-    EXPECT_EQ(watched.looks_when_bound, watched.looks);
+    Telling::expect(is_bound, [&] { return zelfdb_rem_classify_profile_from_pv(3, 10, &err); });
     EXPECT_EQ(membership(10, 3)->classify, 0u);
     EXPECT_EQ(profile(2)->pv_head, none);
+}
+
+TEST_F(TellingOrder, ALineIsInTheProfileBeforeTheNPIsToldOfIt)
+{
+    given_lines(2, 3);
+    record_told_of = header().action_free;
+    const zelfdb_classify_line line = numbered_line(9);
+    u32 err = 0;
+    Telling::expect(has_four_lines, [&] { return zelfdb_add_classify_action_to_profile(2, 1, &line, &err); });
+}
+
+TEST_F(TellingOrder, ALineIsRemovedAndItsRecordFreeBeforeTheNPIsToldOfIt)
+{
+    given_lines(2, 3);
+    record_told_of = line_at(2);
+    u32 err = 0;
+    Telling::expect(has_two_lines_and_a_free_record,
+                    [&] { return zelfdb_rem_classify_action_from_profile(2, 2, &err); });
+}
+
+TEST_F(TellingOrder, AllLinesAreRemovedAndTheirRecordsFreeBeforeTheNPIsToldOfIt)
+{
+    given_lines(2, 3);
+    record_told_of = line_at(3);
+    u32 err = 0;
+    Telling::expect(has_no_line, [&] { return zelfdb_rem_classify_all_from_profile(2, &err); });
 }
 
 }  // namespace

@@ -204,6 +204,37 @@ TEST_F(Ingress, TheLastOfEightGroupsEthertypesAndBindingsCounts)
     EXPECT_EQ(10u, vid_of(untagged_frame(a, 0x8007)));
 }
 
+// Counts that say more than there is room for are a damage, and lead nowhere.
+TEST_F(Ingress, WhatStandsBehindTheEthertypesOfAGroupIsNone)
+{
+    given_group(7, {1, 2, 3, 4, 5, 6, 7, 8});
+    given_group(0x0806, {});  // its number stands there
+    given_binding(7, 20);
+    port(3)->p_flag = 0x10;
+    for (const u16 count : {u16{9}, u16{0xFFFF}}) {
+        header().prot_groups.group[0].nprot = count;
+        EXPECT_EQ(10u, vid_of(untagged_frame(a, 0x0806)));
+        EXPECT_EQ(20u, vid_of(untagged_frame(a, 8)));
+    }
+}
+
+TEST_F(Ingress, WhatStandsBehindTheGroupsIsNone)
+{
+    given_binding(99, 20);
+    given_ninth_group(99, {0x0806});
+    port(3)->p_flag = 0x10;
+    EXPECT_EQ(10u, vid_of(untagged_frame(a, 0x0806)));
+}
+
+TEST_F(Ingress, WhatStandsBehindTheBindingsOfAPortIsNone)
+{
+    const ProtBinding behind = given_ninth_binding(*port(3));
+    given_group(behind.group, {0x0806});
+    port(3)->p_flag = 0x10;
+    ASSERT_NE(10u, behind.VID);
+    EXPECT_EQ(10u, vid_of(untagged_frame(a, 0x0806)));
+}
+
 TEST_F(Ingress, AnUnrecognisedTagIsClassifiedByItsTagTypeAsAProtocol)
 {
     given_group(9, {0x8100});

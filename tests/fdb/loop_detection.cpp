@@ -329,5 +329,18 @@ TEST_F(LoopDetection, APercentSignInAVlansNameIsWrittenAsItIs)
     }
 }
 
+TEST_F(LoopDetection, ANameWithoutAnEndIsWrittenAsFarAsItsFieldGoes)
+{
+    for (const char character : {'n', '%'}) {
+        std::memset(vlan(10)->name, character, sizeof vlan(10)->name);
+        expect_damage();
+        report_simple_loop(d(), *vlan(10), a, *port(3), *port(5), 1000, {});
+        ASSERT_THAT(environment::syslog_messages(), SizeIs(1));
+        EXPECT_EQ("simple_loop_detection:LOOP ? (00:11:22:33:44:55)(3->5)(VLAN \"" + std::string(31, character) + "\")",
+                  environment::syslog_messages()[0].text);
+        messages();
+    }
+}
+
 }  // namespace
 }  // namespace zelfdb

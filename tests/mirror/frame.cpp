@@ -1,5 +1,5 @@
 // The frame of the mirror operations: descriptor, locks, error word, and an NP whose refusal is the result.
-#include "port/frame_rows.h"
+#include "support/frame_rows.h"
 
 namespace zelfdb {
 namespace {

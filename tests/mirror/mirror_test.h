@@ -1,7 +1,7 @@
 // What the tests of mirrors share: slots, and mirrors in every state.
 #pragma once
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 

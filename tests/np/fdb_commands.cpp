@@ -185,6 +185,28 @@ TEST_F(FdbCommands, ACommandThatCannotBeBuiltGivesMinusOneWithoutACall)
     EXPECT_THAT(sent(), IsEmpty());
 }
 
+TEST_F(FdbCommands, AnAdditionCanBeBuiltWithoutBeingSent)
+{
+    vf_cmd* const command = addition_of(d(), entry());
+    ASSERT_NE(nullptr, command);
+    EXPECT_THAT(sent(), IsEmpty());
+    EXPECT_TRUE(deliver(d(), command));
+    const auto built = sent();
+    vf_cmdNFreeB(command);
+    EXPECT_EQ(0, add_fil_to_NP(d(), entry()));
+    EXPECT_EQ(built, sent());
+}
+
+TEST_F(FdbCommands, AnAddressIsRemovedWhetherOrNotTheDatabaseHasIt)
+{
+    const Mac mac{{2, 0, 0, 0, 0, 0xFE}};
+    EXPECT_EQ(0, rem_address_from_NP(d(), 0xC001, mac));
+    EXPECT_THAT(sent(), ElementsAre("removeFDB(0xc001, 02:00:00:00:00:fe)"));
+    recorder::answer_remove(14);
+    EXPECT_EQ(14, rem_address_from_NP(d(), 0xC001, mac));
+    EXPECT_EQ(0u, recorder::commands_not_freed());
+}
+
 TEST_F(FdbCommands, ARemovalCanBeBuiltWithoutBeingSent)
 {
     vf_cmd* const command = removal_of(d(), entry());

@@ -1,7 +1,7 @@
 // Creating ports.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

@@ -1,5 +1,5 @@
 // Deleting ports.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

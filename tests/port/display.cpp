@@ -1,5 +1,5 @@
 // The printed dump of a port, letter for letter.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

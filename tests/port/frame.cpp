@@ -1,5 +1,5 @@
 // The frame of the port operations: descriptor, locks, error word, and an NP that refuses.
-#include "port/frame_rows.h"
+#include "support/frame_rows.h"
 
 namespace zelfdb {
 namespace {

@@ -1,7 +1,7 @@
 // Link-local control frames, held by a LOCAL entry of the port or released.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

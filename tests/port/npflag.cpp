@@ -1,7 +1,7 @@
 // The rule that keeps a port from forwarding while it is down or its breaker has tripped.
 #include "port/npflag.h"
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

@@ -1,5 +1,5 @@
 // The general parameter setter, in both of its forms.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {
@@ -185,6 +185,18 @@ TEST_P(SetPortParam, ThePVIDMovesThePortToItsChainAndTheSameOneSendsNothing)
     const Expected unchanged = now();
     EXPECT_EQ(set(pvid(42)), done_preset());
     EXPECT_TRUE(unchanged.is_now());
+}
+
+// Unlike an equal PVID.
+TEST_P(SetPortParam, TheSameTagTypeIsSentAgain)
+{
+    given_port(1);
+    const Request same{.param = {0, 0, 0, 0, 0, 0x8100, 0}, .selector = ZELFDB_SELECT_TAGTYPE};
+    const Expected unchanged = now();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(set(same), done_preset({"set_port_param(1, 0x10, 0, 0, 0, 0, 0x8100, 0, 0xc001)"}));
+        EXPECT_TRUE(unchanged.is_now());
+    }
 }
 
 // There are chains for PVIDs up to 8191. A larger one is stored and sent, and the port is on no chain; the words behind the

@@ -1,5 +1,5 @@
 // Physical ports.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

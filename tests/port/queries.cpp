@@ -1,5 +1,5 @@
 // The VID of a virtual interface, the streams of a port, and ports that do not exist.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

@@ -1,6 +1,6 @@
 // Reading ports: one, and all.
-#include "port/exported.h"
-#include "port/record_buffer.h"
+#include "support/exported.h"
+#include "support/record_buffer.h"
 
 namespace zelfdb {
 namespace {

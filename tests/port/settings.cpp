@@ -1,7 +1,7 @@
 // Policing, CoS map, bandwidth mode, default class: stored, and handed to the NP.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {
@@ -34,11 +34,21 @@ TEST_F(PortSettings, PolicingIsStoredInTheRowOfItsClass)
     }
 }
 
-TEST_F(PortSettings, APolicingColourIsStoredAsAByteAndSentAsGiven)
+// The NP is told what the row holds.
+TEST_F(PortSettings, APolicingColourIsAByteInTheRowAndInTheCommand)
 {
-    EXPECT_EQ(call(zelfdb_set_port_class_policing, 105, 3, 1, 2, 0x1FE),
-              done({"set_class_policing(0xf, 3, 1, 2, 0x1fe)"}));
-    EXPECT_EQ(port().policing[3].color, 0xFEu);
+    const struct {
+        i32 color;
+        u8 stored;
+        const char* command;
+    } rows[] = {{0x1FE, 0xFE, "set_class_policing(0xf, 3, 1, 2, 0xfe)"},
+                {-1, 0xFF, "set_class_policing(0xf, 3, 1, 2, 0xff)"},
+                {255, 0xFF, "set_class_policing(0xf, 3, 1, 2, 0xff)"},
+                {256, 0, "set_class_policing(0xf, 3, 1, 2, 0)"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(call(zelfdb_set_port_class_policing, 105, 3, 1, 2, row.color), done({row.command})) << row.color;
+        EXPECT_EQ(port().policing[3].color, row.stored) << row.color;
+    }
 }
 
 TEST_F(PortSettings, APolicingClassAboveSevenIsRefused)

@@ -1,7 +1,7 @@
 // Enabling and disabling, link notices, breaker recovery, uplink and link settings.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {
@@ -34,6 +34,21 @@ TEST_F(PortState, DisablingLeavesFlagsAndLearnedEntries)
     EXPECT_EQ(call(zelfdb_disable_port, 1), done({"disable_port(1)"}));
     EXPECT_EQ(port.p_flag, 0x173u);
     EXPECT_EQ(vlan(10)->fdb.nfil_d, 1u);
+}
+
+// The flags that the trip should have taken stay too.
+TEST_F(PortState, EnablingATrippedPortLeavesFlagsBreakerAndLearnedEntries)
+{
+    Port& port = given_port(1, ZELFDB_PORT_ETHER, 1);
+    given_vlan(10, "ten");
+    given_learned(10, mac(1), 1);
+    port.sldbkr_on = 1;
+    port.sldbkr_state = sldbkr_tripped;
+    Expected up = now();
+    up.of(port).optate = optate_up;
+    EXPECT_EQ(call(zelfdb_enable_port, 1), done({"enable_port(1)"}));
+    EXPECT_TRUE(up.is_now());
+    EXPECT_EQ(port.p_flag, 0x173u);
 }
 
 TEST_F(PortState, OnlyExactlyUpIsEnabledAndExactlyDownDisabled)
@@ -223,6 +238,24 @@ TEST_P(Uplink, AMarkedPortCanNeitherLeaveItsVlanNorBeDeleted)
     EXPECT_EQ(mark(1, 0), done());
     EXPECT_EQ(call(zelfdb_rem_port_from_vlan, 10, 1).result, 0);
     EXPECT_EQ(call(zelfdb_delete_port, 1).result, 0);
+}
+
+// The forms on the caller's descriptor that send nothing are content with one that has no NP.
+TEST_F(PortState, UplinkAndVidOfAPortNeedNoNP)
+{
+    given_port(1, ZELFDB_PORT_VIF);
+    given_vlan(10, "ten");
+    given_member(10, 1);
+    Descriptor* const without_NP = zelfdb_open_descriptor2();
+    ASSERT_NE(without_NP, nullptr);
+    EXPECT_EQ(call(zelfdb_set_uplink_flag2, without_NP, 1, 1), done());
+    EXPECT_EQ(port(1)->uplink, 1u);
+    u32 vid = 0;
+    EXPECT_EQ(call(zelfdb_get_port_vid2, without_NP, 1, &vid), done());
+    EXPECT_EQ(vid, 10u);
+    EXPECT_EQ(call(zelfdb_set_uplink_flag2, without_NP, 1, 0), done());
+    EXPECT_EQ(recorder::calls_with_null_handle(), 0u);
+    zelfdb_close_descriptor(without_NP);
 }
 
 TEST_F(PortState, LinkModeAndDependencyAreStoredAndNothingIsSent)

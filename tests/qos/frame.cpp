@@ -1,6 +1,6 @@
 // The frame of the queue and stream operations: descriptor, locks, error word, and an NP that refuses.
 #include "core/lists.h"
-#include "port/frame_rows.h"
+#include "support/frame_rows.h"
 
 namespace zelfdb {
 namespace {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/lists.h"
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 

@@ -192,6 +192,41 @@ TEST_F(RateUpdate, ServesTheStreamsOfADeletedPort)
     EXPECT_EQ(update(), done({"set_stream_actual_rate(1, 512:15/5)"}));
 }
 
+// Which physical port a logical one stands on is not asked: with the two crossed, an update of a physical port still grants
+// the streams of the logical port that has its number.
+TEST_F(RateUpdate, TakesTheLogicalPortForThePhysicalOneOfTheSameNumber)
+{
+    for (const u32 port_id : {1u, 2u}) EXPECT_EQ(call(zelfdb_delete_port, port_id).result, 0);
+    given_port(1, ZELFDB_PORT_ETHER, 2);
+    given_port(2, ZELFDB_PORT_ETHER, 1);
+    for (const u32 port_id : {1u, 2u}) {
+        given_stream(port_id);
+        given_bound(port_id, port_id, 1);
+        given_shaping(port_id, 10, 100);
+    }
+    given_port_rate(40);
+    EXPECT_EQ(update(2), done({"set_stream_actual_rate(1, 2:40/60)"}));
+    EXPECT_EQ(stream(1)->actual_rate, 0u);
+    EXPECT_EQ(update(1), done({"set_stream_actual_rate(1, 1:10/90)"})) << "physical port 1 is not shaped";
+}
+
+// Peak less committed rate is not worked out anew: the excess is a field of its own, which is granted and shared out as it
+// stands. What is left above the actual rate goes by the peak, but for a port that is not shaped.
+TEST_F(RateUpdate, GoesByTheExcessThatIsStored)
+{
+    given_streams({{100, 300}, {100, 500}});
+    stream(512)->excess_rate = 10;
+    stream(513)->excess_rate = 30;
+    given_port_rate(0);
+    EXPECT_EQ(update(), done({"set_stream_actual_rate(2, 512:100/10 513:100/30)"}));
+    given_port_rate(220);
+    EXPECT_EQ(update(), done({"set_stream_actual_rate(2, 512:105/195 513:115/385)"}));
+    given_port_rate(240);
+    EXPECT_EQ(update(), done({"set_stream_actual_rate(2, 512:110/190 513:130/370)"}));
+    given_port_rate(241);
+    EXPECT_EQ(update(), done({"set_stream_actual_rate(2, 512:300/0 513:500/0)"}));
+}
+
 TEST_F(RateUpdate, AnyOfTheFourPhysicalPorts)
 {
     given_port(3);
@@ -256,6 +291,25 @@ TEST_F(ManyStreams, MayAllBeOfOnePort)
         EXPECT_EQ(granted, (Granted{2 * number, number})) << "half of the excess";
     }
     EXPECT_EQ(number, 1024u);
+}
+
+// A damage: the list goes on in the pool of the queues. There is room to tell the NP of as many streams as there are.
+TEST_F(ManyStreams, OfAListThatIsLongerThanThePoolOnlyAsManyAreSent)
+{
+    expect_damage();
+    given_streams_of_one_port(1024);
+    Stream& beyond = record_at<Stream>(base(), at(nth_queue(queue_count - 1)));
+    beyond = new_stream(2000);
+    beyond.portno = phport_id;
+    beyond.minrate = 77;
+    stream(1023)->stream_link.next = at(beyond);
+    given_port_rate(0);
+    const Outcome outcome = update();
+    Commands expected = batches();
+    ASSERT_EQ(expected.size(), 9u);
+    expected.pop_back();
+    EXPECT_EQ(outcome, done(expected));
+    EXPECT_EQ(beyond.actual_rate, 77u);
 }
 
 TEST_F(ManyStreams, ABatchThatFailsOnceIsSentAgainAndTheRestFollows)
@@ -502,6 +556,40 @@ TEST_F(RandomRates, Of1024StreamsAreGrantedAsTheArithmeticSays)
     try_rates(rates, random_port_rate(rates));
     for (Rates& rate : rates) rate = {random_.below(100000), 100000 + random_.below(1000000)};
     try_rates(rates, random_port_rate(rates));
+}
+
+// Every kind of sum that turns the grant over, with as many streams as there can be, and at the rates where it turns.
+TEST_F(RandomRates, Of1024StreamsAreGrantedAsTheArithmeticSaysWhereItTurns)
+{
+    SCOPED_TRACE(random_.trace());
+    given_streams_of_one_port(1024);
+    constexpr u32 count = 1024;
+    std::vector<Rates> plain, equal, cancelling, falling;
+    u32 plain_min = 0;
+    u32 plain_max = 0;
+    u32 falling_min = 0;
+    u32 falling_excess = 0;
+    for (u32 i = 0; i < count; ++i) {
+        const u32 rate = 1000 + random_.below(1000000);
+        const u32 excess = 1 + random_.below(1000000);
+        plain.push_back({rate, rate + excess});
+        plain_min += rate;
+        plain_max += rate + excess;
+        equal.push_back({rate, rate});
+        const u32 pair = 1 + i / 2;
+        cancelling.push_back({rate, i % 2 == 0 ? rate + pair : rate - pair});
+        falling.push_back({rate + 1000, rate});
+        falling_min += rate + 1000;
+        falling_excess += 1000;
+    }
+    for (const u32 port_rate : {plain_min - 1, plain_min, plain_max, plain_max + 1}) try_rates(plain, port_rate);
+    try_rates(equal, plain_min);
+    EXPECT_EQ(stored().back(), (Granted{equal.back().minrate, 0})) << "no excess at all";
+    try_rates(cancelling, plain_min);
+    EXPECT_EQ(stored().back(), (Granted{cancelling.back().minrate, 0u - 512})) << "none in sum";
+    // A sum of excesses below 0 is a large number, and only what is less far below is larger.
+    const u32 turns = falling_min - falling_excess;
+    for (const u32 port_rate : {falling_min, turns, turns + 1}) try_rates(falling, port_rate);
 }
 
 // The product of what is left and an excess needs 72 bits here, of which 64 count.

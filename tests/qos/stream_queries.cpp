@@ -211,6 +211,15 @@ TEST_F(SingleQuery, ThatTheNPRefusesReturnsZeroAnd106)
     expect_everything_given_back();
 }
 
+TEST_F(SingleQuery, ThatIsNotDeliveredAndYetHasAVerdictReadsTheErrorToo)
+{
+    recorder::fail("get_stream_info", recorder::Failure::both);
+    EXPECT_EQ(query(5), (Outcome{-7, 106, {"get_stream_info(5)"}}));
+    EXPECT_EQ(recorder::err_reads(), 1u);
+    EXPECT_THAT(bytes(), Each(untouched_byte));
+    expect_everything_given_back();
+}
+
 TEST_F(SingleQuery, WithoutACommandForTheNPIsAFailure)
 {
     recorder::fail_builders(1);
@@ -542,6 +551,15 @@ TEST_F(BusyQuery, ThatTheNPDoesNotAnswerIs106)
         EXPECT_EQ(recorder::err_reads(), how == recorder::Failure::status ? 1u : 0u);
         expect_everything_given_back();
     }
+}
+
+TEST_F(BusyQuery, ThatIsNotDeliveredAndYetHasAVerdictReadsTheErrorToo)
+{
+    recorder::fail("get_stream_busy_info", recorder::Failure::both);
+    EXPECT_EQ(query(5), (Outcome{-1, 106, {"get_stream_busy_info(5)"}}));
+    EXPECT_EQ(recorder::err_reads(), 1u);
+    EXPECT_THAT(out_, Each(0xA5A5u));
+    expect_everything_given_back();
 }
 
 TEST_F(BusyQuery, WhoseAnswerCannotBeReadReturnsZeroAnd106)

@@ -44,8 +44,10 @@ TEST_F(ReplayedProfiles, NoProfileNoLine) { EXPECT_EQ(profiles(), Lines{}); }
 TEST_F(ReplayedProfiles, UntouchedProfilesAscendByNumber)
 {
     for (const u32 number : {64u, 1u, 0xFFFFu, 30u, 65u}) given_profile(number);
-    EXPECT_EQ(profiles(), (Lines{"create clslist 1", "create clslist 30", "create clslist 64", "create clslist 65",
-                                 "create clslist 65535"}));
+    // No operation finds a profile beyond 64 again, so that no command names one.
+    EXPECT_EQ(lines_that_are_no_commands(zelfdb_reconfig_classify),
+              (Lines{"create clslist 1", "create clslist 30", "create clslist 64", "create clslist 65",
+                     "create clslist 65535"}));
 }
 
 TEST_F(ReplayedProfiles, ALineWithoutAnyFieldIsExactlyThis)
@@ -215,6 +217,14 @@ TEST_F(ReplayedProfiles, NumbersHaveTheirRangeEndAndTheirMaskInHexUnlessItIsAllO
                                             .dot1p = row.byte_text,
                                             .etype = row.hex_text}));
     }
+}
+
+TEST_F(ReplayedProfiles, AProtocolEverybodyKnowsIsPrintedByItsName)
+{
+    zelfdb_classify_line line{};
+    line.flags = 0x10;
+    line.proto = {6, 0, 255, 0};
+    EXPECT_EQ(printed(line), line_text({.proto = "tcp"}));
 }
 
 TEST_F(ReplayedProfiles, AProtocolAloneIsPrintedByItsNameIfTheSystemKnowsOne)

@@ -54,9 +54,11 @@ TEST_F(ReplayedEntries, AnEntryMadeWithFlagFourIsADiscardAndOneMadeWithFiveNames
     given_static(10, mac(1), 3, 4);
     given_static(10, mac(2), 3, 5);
     given_static(10, mac(3), 77, 6);
+    given_static(10, mac(4), 0xFFFFFFFE, 6);
     EXPECT_EQ(statics(), (Lines{"create sfdbentry 00:00:00:00:00:01 in vlan ten discard",
                                 "create sfdbentry 00:00:00:00:00:02 in vlan ten port 3 flag 5",
-                                "create sfdbentry 00:00:00:00:00:03 in vlan ten port 77 flag 6"}));
+                                "create sfdbentry 00:00:00:00:00:03 in vlan ten port 77 flag 6",
+                                "create sfdbentry 00:00:00:00:00:04 in vlan ten port -2 flag 6"}));
 }
 
 TEST_F(ReplayedEntries, StaticEntriesGoByVIDThenByBucketThenByChain)

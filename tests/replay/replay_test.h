@@ -4,7 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "port/frame_rows.h"
+#include "language/reader.h"
+#include "support/frame_rows.h"
 
 namespace zelfdb {
 
@@ -28,8 +29,21 @@ protected:
         EXPECT_TRUE(unchanged.is_now());
         return text;
     }
-    // Its commands, with their blanks.
+    // Its commands, with their blanks. The command language must know each of them.
     Lines lines_of(ReplayOperation operation)
+    {
+        Lines lines = split_lines(operation);
+        for (const std::string& line : lines) {
+            const zelfctl::ReadLine read = zelfctl::read_line(line);
+            EXPECT_TRUE(read.command) << line << ": " << (read.error ? read.error->text() : "empty");
+        }
+        return lines;
+    }
+    // For objects that no command can name. Why must be said where this is called.
+    Lines lines_that_are_no_commands(ReplayOperation operation) { return split_lines(operation); }
+
+private:
+    Lines split_lines(ReplayOperation operation)
     {
         const std::string text = text_of(operation, "", "\n");
         Lines lines;

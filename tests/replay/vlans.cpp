@@ -43,6 +43,31 @@ TEST_F(ReplayedVlans, EightGroups)
     EXPECT_EQ(groups(), expected);
 }
 
+// Counts that say more than there is room for are a damage, and lead nowhere.
+TEST_F(ReplayedVlans, WhatStandsBehindTheEightGroupsHasNoLine)
+{
+    Lines expected;
+    for (u16 group = 11; group <= 18; ++group) {
+        given_group(group, {});
+        expected.push_back("create protgroup " + std::to_string(group));
+    }
+    given_ninth_group(99, {0x0800});
+    EXPECT_EQ(groups(), expected);
+}
+
+TEST_F(ReplayedVlans, WhatStandsBehindTheEightProtocolsOfAGroupHasNoLine)
+{
+    given_group(7, {1, 2, 3, 4, 5, 6, 7, 8});
+    given_group(8, {});
+    const Lines expected = groups();
+    ASSERT_EQ(expected.size(), 10u);
+    for (const u16 count : {u16{9}, u16{0xFFFF}}) {
+        header().prot_groups.group[0].nprot = count;
+        EXPECT_EQ(groups(), expected);
+    }
+    expect_damage();
+}
+
 TEST_F(ReplayedVlans, NoVLANNoLine) { EXPECT_EQ(vlans(), Lines{}); }
 
 TEST_F(ReplayedVlans, UntouchedVLANsAscendByVID)
@@ -50,8 +75,10 @@ TEST_F(ReplayedVlans, UntouchedVLANsAscendByVID)
     given_vlan(4094, "last");
     given_vlan(1, "a");
     given_vlan(20, "a name of 30 characters......");
-    EXPECT_EQ(vlans(), (Lines{"create vlan a vid 1", "create vlan a name of 30 characters...... vid 20",
-                              "create vlan last vid 4094"}));
+    // A blank ends a word of a command, so that no command names such a VLAN.
+    EXPECT_EQ(lines_that_are_no_commands(zelfdb_reconfig_vlan),
+              (Lines{"create vlan a vid 1", "create vlan a name of 30 characters...... vid 20",
+                     "create vlan last vid 4094"}));
 }
 
 TEST_F(ReplayedVlans, EachFlagAloneAndAllOfThem)
@@ -162,6 +189,16 @@ TEST_F(ReplayedVlans, EightBindingsOfOnePort)
     }
     EXPECT_EQ(vlans(), expected);
     expect_damage();
+}
+
+TEST_F(ReplayedVlans, WhatStandsBehindTheEightBindingsOfAPortHasNoLine)
+{
+    given_vlan(10, "ten");
+    Port& port = given_port(3);
+    Pv& pv = linked_member(*vlan(10), port, pv_protocol);
+    pv.VID = given_ninth_binding(port).VID;
+    ASSERT_NE(pv.VID, 0u);
+    EXPECT_EQ(vlans(), (Lines{"create vlan ten vid 10"}));
 }
 
 }  // namespace

@@ -101,6 +101,30 @@ void Database::given_group(u16 group, const std::vector<u16>& protocols)
     for (const u16 protocol : protocols) entry.prot[entry.nprot++] = protocol;
 }
 
+void Database::given_ninth_group(u16 group, const std::vector<u16>& protocols)
+{
+    ProtGroupTable& table = header().prot_groups;
+    static_assert(offsetof(Header, mirror) == offsetof(Header, prot_groups) + sizeof table);
+    expect_damage();
+    for (u16 other = 1; table.count < std::size(table.group); ++other) given_group(other, {});
+    ProtGroup behind{};
+    behind.group = group;
+    for (const u16 protocol : protocols) behind.prot[behind.nprot++] = protocol;
+    std::memcpy(static_cast<void*>(header().mirror), &behind, sizeof behind);
+    ++table.count;
+}
+
+ProtBinding Database::given_ninth_binding(Port& port)
+{
+    static_assert(offsetof(Port, port_link) == offsetof(Port, prot) + sizeof port.prot);
+    expect_damage();
+    for (ProtBinding& binding : port.prot) binding = {};
+    port.npg = prot_bindings_per_port + 1;
+    ProtBinding behind{};
+    std::memcpy(&behind, &port.port_link, sizeof behind);
+    return behind;
+}
+
 Fil& Database::given_static(u16 vid, const Mac& mac, u32 port_id, u32 flag, u32 permit)
 {
     u32 err = 0;

@@ -56,6 +56,10 @@ protected:
     void given_protocol_member(u16 vid, u32 port_id, u16 group, bool tagged = false);
     // Written directly.
     void given_group(u16 group, const std::vector<u16>& protocols);
+    // Damages. The table of groups is full and counts one more: what stands behind it looks like that group.
+    void given_ninth_group(u16 group, const std::vector<u16>& protocols);
+    // A port's bindings, none of which is of any group, count one more than there is room for; what the ninth looks like.
+    ProtBinding given_ninth_binding(Port& port);
     Fil& given_static(u16 vid, const Mac& mac, u32 port, u32 flag = 0, u32 permit = 0);
     Fil& given_local(u32 port_id, const Mac& mac, u32 flag = 0, u32 permit = 0);
     // As learning leaves it, at the front of its chain; the port need not exist.

@@ -24,9 +24,20 @@ struct Scripted {
 };
 
 // Plain counters, since malloc itself passes here.
-enum Function { f_shmget, f_shmat, f_shmdt, f_semget, f_semop, f_semctl, f_malloc, f_mkstemp, function_count };
-constexpr const char* names[function_count] = {"shmget", "shmat",  "shmdt",  "semget",
-                                               "semop",  "semctl", "malloc", "mkstemp"};
+enum Function {
+    f_shmget,
+    f_shmat,
+    f_shmdt,
+    f_semget,
+    f_semop,
+    f_semctl,
+    f_malloc,
+    f_mkstemp,
+    f_gettimeofday,
+    function_count
+};
+constexpr const char* names[function_count] = {"shmget", "shmat",  "shmdt",   "semget",      "semop",
+                                               "semctl", "malloc", "mkstemp", "gettimeofday"};
 Scripted scripts[function_count];
 u32 counts[function_count];
 u32 time_s;
@@ -109,6 +120,17 @@ void fail(const std::string& function, int error, u32 nth, u32 times)
 }
 u32 calls(const std::string& function) { return counts[index_of(function)]; }
 
+namespace {
+
+void note_syslog(int priority, const char* format, va_list arguments)
+{
+    char text[1024];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    syslog_messages().push_back({priority, text, format});
+}
+
+}  // namespace
+
 }  // namespace environment
 
 using namespace environment;
@@ -123,16 +145,24 @@ unsigned sleep(unsigned seconds)
 
 void syslog(int priority, const char* format, ...)
 {
-    char text[1024];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    note_syslog(priority, format, arguments);
     va_end(arguments);
-    syslog_messages().push_back({priority, text, format});
+}
+
+// What the same call becomes when the library is built with FORTIFY.
+void __syslog_chk(int priority, int, const char* format, ...)  // NOLINT(bugprone-reserved-identifier)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    note_syslog(priority, format, arguments);
+    va_end(arguments);
 }
 
 int gettimeofday(struct timeval* now, void*) noexcept
 {
+    if (refused(f_gettimeofday)) return -1;
     timespec real_now{};
     clock_gettime(CLOCK_REALTIME, &real_now);
     now->tv_sec = time_s != 0 ? static_cast<time_t>(time_s) : real_now.tv_sec;

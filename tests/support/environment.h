@@ -30,7 +30,8 @@ std::vector<SyslogMessage>& syslog_messages();
 void set_time_s(u32 seconds);
 
 // The nth call from now (1 = the next) of that function fails with that errno, and the times - 1 after it.
-// Functions: "shmget", "shmat", "semget", "semop", "semctl", "malloc", "mkstemp". malloc counts the library's and the tests' calls.
+// Functions: "shmget", "shmat", "semget", "semop", "semctl", "malloc", "mkstemp",
+// "gettimeofday". malloc counts the library's and the tests' calls.
 void fail(const std::string& function, int error, u32 nth = 1, u32 times = 1);
 
 // Calls of those functions since the last reset, and "shmdt".

@@ -1,7 +1,5 @@
 // Runs the tests of one executable in an IPC namespace of its own: the machine's own keys are never touched, and nothing is
 // left behind.
-#include <sched.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -9,12 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "support/namespace.h"
-
-bool enter_ipc_namespace()
-{
-    if (unshare(CLONE_NEWIPC) == 0) return true;
-    return errno == EPERM && unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
-}
 
 int main(int argc, char** argv)
 {

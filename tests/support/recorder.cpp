@@ -1,11 +1,14 @@
 #include "support/recorder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <set>
 
+#include "core/descriptor.h"
+#include "support/environment.h"
 #include "zelfdb/vf.h"
 
 // Commands are kept here for good, so that the ones which the library keeps on purpose are no leaks.
@@ -24,8 +27,23 @@ struct vf_handle {
     uint8_t bytes[16];
 };
 
+// As a library of its own, without the environment, the recorder does not know.
+namespace environment {
+[[gnu::weak]] std::vector<SemaphoreMove>& semaphore_moves();
+}
+
 namespace recorder {
 namespace {
+
+// By what was done last with its semaphore.
+bool main_lock_is_held()
+{
+    if (&environment::semaphore_moves == nullptr) return true;
+    const std::vector<environment::SemaphoreMove>& moves = environment::semaphore_moves();
+    const auto last =
+        std::find_if(moves.rbegin(), moves.rend(), [](const auto& move) { return move.key == zelfdb::main_key; });
+    return last != moves.rend() && last->by == -1;
+}
 
 struct Find {
     u32 status = 1;
@@ -62,6 +80,7 @@ struct State {
     u32 built = 0;
     u32 freed = 0;
     u32 null_handles = 0;
+    u32 without_lock = 0;
 };
 
 State& state()
@@ -203,6 +222,7 @@ u32 err_reads() { return state().err_reads; }
 u32 commands_built() { return state().built; }
 u32 commands_not_freed() { return state().built - state().freed; }
 u32 calls_with_null_handle() { return state().null_handles; }
+u32 calls_without_the_main_lock() { return state().without_lock; }
 const u8* last_handle() { return handles().back()->bytes; }
 
 }  // namespace recorder
@@ -227,6 +247,7 @@ void vf_release(vf_handle*) { ++state().releases; }
 int vf_call(vf_handle* handle, int, vf_cmd* command, int, int)
 {
     if (!handle) ++state().null_handles;
+    if (!main_lock_is_held()) ++state().without_lock;
     std::string line = command->text;
     for (const vf_cmd* joined : command->joined) line += " + " + joined->text;
     state().log.push_back(line);
@@ -235,7 +256,7 @@ int vf_call(vf_handle* handle, int, vf_cmd* command, int, int)
     if (!scripted(command->kind, how)) return 0;
     if (how == Failure::delivery) return -7;
     command->status = -9;
-    return 0;
+    return how == Failure::both ? -7 : 0;
 }
 
 void vf_cmdNFreeB(vf_cmd* command)

@@ -14,8 +14,8 @@ using zelfdb::i32;
 using zelfdb::u32;
 using zelfdb::u8;
 
-// How a command fails: not delivered (vf_call is not 0), or refused by the NP (its status is not 0).
-enum class Failure { delivery, status };
+// How a command fails: not delivered (vf_call is not 0), refused by the NP (its status is not 0), or both.
+enum class Failure { delivery, status, both };
 
 // Everything forgotten: log, failures, answers, counts.
 void reset();
@@ -51,6 +51,7 @@ u32 err_reads();  // calls of vf_rd_err
 u32 commands_built();
 u32 commands_not_freed();  // built, and not handed to vf_cmdNFreeB
 u32 calls_with_null_handle();
+u32 calls_without_the_main_lock();  // since the environment's last reset
 
 // The first four bytes of the handle that the last vf_init returned.
 const u8* last_handle();

@@ -1,5 +1,5 @@
 // The printed dump of a VLAN, letter for letter.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

@@ -55,6 +55,21 @@ TEST_F(Join, TheVidIsTheLowHalfAndATagTypeIsStoredAsOne)
     EXPECT_EQ(membership(20, 3)->tagtype, 0x8100u);
 }
 
+// The group is neither looked up nor recorded then, but the NP is handed it all the same.
+TEST_F(Join, AMembershipThatIsNotByProtocolNeedsNoGroupAndHandsItOn)
+{
+    given_port(3);
+    EXPECT_EQ(call(zelfdb_add_port_to_vlan, 10, 3, 1, 0x8100, 0, 77),
+              done_preset({"add_port_vlan(0xa, 3, 1, 0x8100, 0, 0x4d)"}));
+    EXPECT_EQ(call(zelfdb_add_port_to_vlan, 20, 3, 0, 0x8100, 0, 78),
+              done_preset({"set_port_param(3, 0x20, 0, 0, 0, 0, 0x8100, 0x14, 0xc003)",
+                           "add_port_vlan(0x14, 3, 0, 0x8100, 0, 0x4e)"}));
+    EXPECT_EQ(port(3)->npg, 0u);
+    for (const ProtBinding& binding : port(3)->prot) EXPECT_EQ(binding.group | binding.VID, 0);
+    EXPECT_EQ(membership(10, 3)->pv_flag, pv_tagged);
+    EXPECT_EQ(membership(20, 3)->pv_flag, 0u);
+}
+
 TEST_F(Join, MembersStandByAscendingPortAndMembershipsByAscendingVid)
 {
     for (const u32 id : {5u, 101u, 1u}) {

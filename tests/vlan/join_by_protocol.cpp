@@ -73,6 +73,19 @@ TEST_F(JoinByProtocol, AFurtherGroupOfTheSameVlanExtendsTheMembership)
     EXPECT_TRUE(after.is_now());
 }
 
+// It is itself the virtual interface that the VLAN has already, and that is looked at first.
+TEST_F(JoinByProtocol, AVirtualInterfaceGetsNoFurtherGroupOfItsVlan)
+{
+    given_port(4, ZELFDB_PORT_VIF);
+    EXPECT_EQ(join_by(1, 10, 4).result, 0);
+    EXPECT_TRUE(refuses_join_by(2, 1612, 10, 4));
+    EXPECT_TRUE(refuses_join_by(1, 1612, 10, 4));
+    EXPECT_EQ(join_by(2, 11, 4).result, 0);
+    EXPECT_EQ(join(12, 4, 0).result, 0);  // which gives it a PVID
+    EXPECT_TRUE(refuses_join_by(3, 1613, 10, 4));
+    EXPECT_TRUE(refuses_join_by(3, 1613, 13, 4));
+}
+
 TEST_F(JoinByProtocol, AGroupAlreadyJoinedIsRefusedForAMembershipThatExistsWhateverVlanItIsFor)
 {
     EXPECT_EQ(join_by(1, 10, 3).result, 0);
@@ -125,6 +138,22 @@ TEST_F(JoinByProtocol, TheNinthBindingOfANewMembershipIsMadeWithoutAPlaceInTheTa
     EXPECT_EQ(port().npv, 11u);
     EXPECT_EQ(leave(20, 3).result, 0);
     EXPECT_EQ(port().npg, 8u);
+}
+
+// Counts that say more than there is room for are a damage, and lead nowhere.
+TEST_F(JoinByProtocol, WhatStandsBehindTheEightGroupsIsNone)
+{
+    given_ninth_group(99, {});
+    EXPECT_TRUE(refuses_join_by(99, 2803, 10, 3));
+    EXPECT_EQ(join_by(8, 10, 3).result, 0);
+}
+
+TEST_F(JoinByProtocol, WhatStandsBehindTheEightBindingsOfAPortIsNone)
+{
+    EXPECT_EQ(join_by(1, 10, 3).result, 0);
+    const ProtBinding behind = given_ninth_binding(port());
+    header().prot_groups.group[7].group = behind.group;
+    EXPECT_TRUE(refuses_join_by(behind.group, 1616, 10, 3));
 }
 
 TEST_F(JoinByProtocol, AVlanWithoutRoomTakesNoBindingEither)

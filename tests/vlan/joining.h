@@ -1,7 +1,7 @@
 // What the tests of memberships share: joining and leaving as calls, and as edits of the expected database.
 #pragma once
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 

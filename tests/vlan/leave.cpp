@@ -92,6 +92,29 @@ TEST_F(Leave, ATableFromWhichNothingIsDroppedIsNotWrittenBack)
     left(after, after.of(*vlan(20)), after.of(port()), after.of(*membership(20, 3)));
     EXPECT_EQ(leave(20, 3), done_preset({"remove_port_vlan(0x14, 3)"}));
     EXPECT_TRUE(after.is_now());
+    for (u32 i = 1; i < 8; ++i) port().prot[i] = {};
+}
+
+// A binding goes by its VID alone.
+TEST_F(Leave, BindingsOfTheVlanAreDroppedWhateverTheMembershipIs)
+{
+    given_member(10, 3);
+    given_member(20, 3, true);
+    const Expected healthy = now();
+    for (const u32 vid : {10u, 20u}) {
+        healthy.restore();
+        const u32 other = 30 - vid;
+        port().npg = 3;
+        port().prot[0] = {1, static_cast<u16>(vid)};
+        port().prot[1] = {2, static_cast<u16>(other)};
+        port().prot[2] = {3, static_cast<u16>(vid)};
+        EXPECT_EQ(leave(vid, 3).result, 0);
+        EXPECT_EQ(port().npg, 1u);
+        EXPECT_EQ(port().prot[0].group, 2u);
+        EXPECT_EQ(port().prot[0].VID, other);
+        for (u32 i = 1; i < 8; ++i) EXPECT_EQ(port().prot[i].group | port().prot[i].VID, 0);
+    }
+    healthy.restore();
 }
 
 TEST_F(Leave, ATaggedMembershipByProtocolKeepsTheCountOfUntagged)
@@ -131,6 +154,16 @@ TEST_F(Leave, ThePortLeavesTheChainOfItsPresentPVID)
     EXPECT_EQ(leave(10, 3).commands.size(), 2u);
     EXPECT_EQ(ports_with_pvid(99), std::vector<u32>{});
     EXPECT_EQ(ports_with_pvid(10), std::vector<u32>{});
+    EXPECT_EQ(ports_with_pvid(0), (std::vector<u32>{3, 5}));
+}
+
+TEST_F(Leave, TheNPIsToldOfPVIDZeroEvenIfThePortHasItAlready)
+{
+    given_member(10, 3);
+    const zelfdb_port_param param{};
+    EXPECT_EQ(call(zelfdb_set_param_to_port, 3, &param, 0, 0, ZELFDB_SELECT_PVID, 0).result, 0);
+    EXPECT_EQ(leave(10, 3),
+              done_preset({"remove_port_vlan(0xa, 3)", "set_port_param(3, 0x20, 0x173, 1, 0, 1, 0x8100, 0, 0xc003)"}));
     EXPECT_EQ(ports_with_pvid(0), (std::vector<u32>{3, 5}));
 }
 
@@ -217,6 +250,20 @@ TEST_F(LeaveAll, OneStepEndsOneMembership)
     left(after, after.of(*vlan(20)), after.of(port()), after.of(*membership(20, 3)));
     delete_one_pv(d(), port(), *membership(20, 3));
     EXPECT_TRUE(after.is_now());
+    EXPECT_EQ(sent(), Commands{});
+    healthy.restore();
+}
+
+// A damage: the membership names a VLAN that is not there, and it stays on whatever list it is on.
+TEST_F(LeaveAll, AStepForAMembershipOfNoVlanDoesNothing)
+{
+    given_member(10, 3);
+    given_member(20, 3, true);
+    const Expected healthy = now();
+    membership(20, 3)->VID = 99;
+    const Expected unchanged = now();
+    delete_one_pv(d(), port(), *membership(20, 3));
+    EXPECT_TRUE(unchanged.is_now());
     EXPECT_EQ(sent(), Commands{});
     healthy.restore();
 }

@@ -1,7 +1,7 @@
 // Creating and deleting VLANs.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

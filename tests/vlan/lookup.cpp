@@ -1,7 +1,7 @@
 // VLANs by name and by VID, the ports of a VLAN, the VLANs of a port.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {
@@ -119,6 +119,30 @@ TEST_P(VlanLookup, AMaximumBelowOneFailsAtOnce)
 }
 
 class VlansOfPort : public Exported {};
+
+// The forms on the caller's descriptor are content with one that has no NP.
+TEST_F(VlansOfPort, AndEveryOtherLookUpNeedNoNP)
+{
+    given_port(3);
+    given_vlan(10, "ten");
+    given_member(10, 3);
+    Descriptor* const without_NP = zelfdb_open_descriptor2();
+    ASSERT_NE(without_NP, nullptr);
+    const Expected unchanged = now();
+    u32 out = 0;
+    EXPECT_EQ(call(zelfdb_get_vid2, without_NP, "ten", &out), done());
+    EXPECT_EQ(out, 10u);
+    char name[31];
+    EXPECT_EQ(call(zelfdb_get_vlanname2, without_NP, 10, &name[0]), done());
+    EXPECT_STREQ(name, "ten");
+    EXPECT_EQ(call(zelfdb_get_portID_from_vid2, without_NP, 1, 10, &out), (Outcome{1, untouched, {}}));
+    EXPECT_EQ(out, 3u);
+    EXPECT_EQ(call(zelfdb_get_vid_from_portID2, without_NP, 1, 3, &out), (Outcome{1, untouched, {}}));
+    EXPECT_EQ(out, 10u);
+    EXPECT_EQ(recorder::calls_with_null_handle(), 0u);
+    EXPECT_TRUE(unchanged.is_now());
+    zelfdb_close_descriptor(without_NP);
+}
 
 TEST_F(VlansOfPort, AreWrittenUpToTheMaximumAndAllCounted)
 {

@@ -1,5 +1,5 @@
 // Protocol groups.
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {
@@ -99,6 +99,17 @@ TEST_F(ProtGroups, AnUnknownGroupIsNotDeletedNorOneThatAPortUses)
     EXPECT_TRUE(refuses(2911, zelfdb_delete_protgroup, 8));
 }
 
+TEST_F(ProtGroups, AGroupThatDoesNotExistIsNotFoundEvenIfAPortIsBoundToIt)
+{
+    Port& port = given_port(1);
+    given_group(8, {});
+    const Expected healthy = now();
+    port.npg = 1;
+    port.prot[0] = {7, 10};
+    EXPECT_TRUE(refuses(2803, zelfdb_delete_protgroup, 7));
+    healthy.restore();
+}
+
 TEST_F(ProtGroups, TheLastOfEightBindingsCountsAsUseAndWhatStandsBehindTheTableDoesNot)
 {
     given_vlan(10, "ten");
@@ -112,6 +123,51 @@ TEST_F(ProtGroups, TheLastOfEightBindingsCountsAsUseAndWhatStandsBehindTheTableD
     port.npg = 7;
     EXPECT_EQ(call(zelfdb_delete_protgroup, 8).result, 0);
     healthy.restore();
+}
+
+// Counts that say more than there is room for are a damage, and lead nowhere.
+TEST_F(ProtGroups, WhatStandsBehindTheEightGroupsIsNone)
+{
+    given_ninth_group(99, {0x0800});
+    EXPECT_TRUE(refuses(2803, zelfdb_delete_protgroup, 99));
+    EXPECT_TRUE(refuses(2803, zelfdb_add_prot_to_group, 0x86DD, 99));
+    EXPECT_TRUE(refuses(2803, zelfdb_remove_prot_from_group, 0x0800, 99));
+    EXPECT_TRUE(refuses(2801, zelfdb_create_protgroup, 100));
+    EXPECT_EQ(call(zelfdb_add_prot_to_group, 0x0800, 8), done_preset({"add_prot_to_group(0x800, 8)"}));
+}
+
+TEST_F(ProtGroups, DeletingOneWritesNothingBehindTheEight)
+{
+    given_ninth_group(99, {0x0800});
+    Mirror behind[4];
+    std::memcpy(behind, header().mirror, sizeof behind);
+    EXPECT_EQ(call(zelfdb_delete_protgroup, 3), done_preset({"delete_protgroup(3)"}));
+    EXPECT_EQ(0, std::memcmp(behind, header().mirror, sizeof behind));
+    EXPECT_EQ(4u, table().group[2].group);
+    EXPECT_EQ(8u, table().group[6].group);
+    EXPECT_EQ(0u, table().group[7].group);
+}
+
+TEST_F(ProtGroups, WhatStandsBehindTheEightProtocolsOfAGroupIsNone)
+{
+    given_group(7, {1, 2, 3, 4, 5, 6, 7, 8});
+    given_group(0x0806, {});  // its number stands there
+    const Expected healthy = now();
+    for (const u16 count : {u16{9}, u16{0xFFFF}}) {
+        table().group[0].nprot = count;
+        EXPECT_TRUE(refuses(2807, zelfdb_remove_prot_from_group, 0x0806, 7));
+        EXPECT_TRUE(refuses(2804, zelfdb_add_prot_to_group, 99, 7));
+        EXPECT_EQ(call(zelfdb_add_prot_to_group, 0x0806, 0x0806), done_preset({"add_prot_to_group(0x806, 0x806)"}));
+        healthy.restore();
+    }
+}
+
+TEST_F(ProtGroups, WhatStandsBehindTheEightBindingsOfAPortIsNoUse)
+{
+    const ProtBinding behind = given_ninth_binding(given_port(1));
+    given_group(behind.group, {});
+    EXPECT_EQ(call(zelfdb_delete_protgroup, behind.group).result, 0);
+    EXPECT_EQ(groups(), std::vector<u16>{});
 }
 
 TEST_F(ProtGroups, AProtocolStandsBehindTheOthersOfItsGroup)

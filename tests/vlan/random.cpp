@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <random>
 
-#include "port/exported.h"
-#include "port/record_buffer.h"
+#include "support/exported.h"
 #include "support/invariants.h"
+#include "support/record_buffer.h"
 #include "vlan/model.h"
 
 namespace zelfdb {

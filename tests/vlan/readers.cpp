@@ -1,6 +1,6 @@
 // Reading VLANs: one, and all.
-#include "port/exported.h"
-#include "port/record_buffer.h"
+#include "support/exported.h"
+#include "support/record_buffer.h"
 
 namespace zelfdb {
 namespace {
@@ -116,6 +116,26 @@ TEST_F(ReadVlans, UntaggedMembersAreCountedNotCopied)
     EXPECT_EQ(zelfdb_get_vlan_info(10, &record.info), 0);
     EXPECT_EQ(record.info.nmember, 2u);
     EXPECT_EQ(record.info.nuntagged, 2u);
+}
+
+// A membership may name a port that is gone: it has a row, and no type.
+TEST_F(ReadVlans, AMemberThatDoesNotExistHasARowWithoutAType)
+{
+    given_port(1, ZELFDB_PORT_VIF);
+    given_port(2, ZELFDB_PORT_ETHER, 1);
+    given_vlan(10, "ten");
+    given_member(10, 1, true);
+    given_member(10, 2, true, 0x9100);
+    const Expected healthy = now();
+    unindex_port(header(), *port(1));
+    Record record = zeroed();
+    EXPECT_EQ(zelfdb_get_vlan_info(10, &record.info), 0);
+    EXPECT_EQ(record.info.nmember, 2u);
+    EXPECT_EQ(record.info.member[0].port_id, 1u);
+    EXPECT_EQ(record.info.member[0].p_type, 0u);
+    EXPECT_EQ(record.info.member[1].port_id, 2u);
+    EXPECT_EQ(record.info.member[1].p_type, 1u);
+    healthy.restore();
 }
 
 TEST_F(ReadVlans, TheNumberOfPortsOfThePVIDIsAddedToWhatTheRecordHolds)

@@ -1,7 +1,7 @@
 // Loop detection, learning limit, ignoring the FDB, learning off: for one VLAN or for all.
 #include <climits>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 namespace {

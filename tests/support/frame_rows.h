@@ -1,10 +1,10 @@
 // What every exported operation has in common, checked from one row for each: the descriptor, the locks, the error word
-// when no descriptor can be opened, and what an NP that refuses changes. Used by the tests of ports and of VLANs.
+// when no descriptor can be opened, and what an NP that refuses changes.
 #pragma once
 
 #include <cerrno>
 
-#include "port/exported.h"
+#include "support/exported.h"
 
 namespace zelfdb {
 
@@ -99,6 +99,7 @@ protected:
             EXPECT_EQ(environment::calls("shmat"), row.frame == Frame::callers ? 0u : 2u);
             EXPECT_EQ(environment::calls("shmdt"), row.frame == Frame::callers ? 0u : 2u);
             EXPECT_EQ(recorder::calls_with_null_handle(), 0u);
+            EXPECT_EQ(recorder::calls_without_the_main_lock(), 0u) << "commands go out in the order of the changes";
             for (const environment::SemaphoreMove& move : environment::semaphore_moves()) {
                 EXPECT_EQ(move.flags, 0x1000);
             }

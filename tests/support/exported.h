@@ -1,5 +1,4 @@
 // What a test of an exported operation looks at: the result, the error word, every byte of the database, the commands sent.
-// Used by the tests of ports and of VLANs.
 #pragma once
 
 #include <algorithm>

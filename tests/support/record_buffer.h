@@ -1,5 +1,4 @@
 // A record buffer for the bulk readers, every byte of which is known before a call, and so are the bytes around it.
-// Used by the tests of ports and of VLANs.
 #pragma once
 
 #include <cstring>
