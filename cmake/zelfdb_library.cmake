@@ -7,9 +7,13 @@ add_library(zelfdb_objects OBJECT ${zelfdb_sources})
 target_include_directories(zelfdb_objects
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
   PRIVATE ${PROJECT_SOURCE_DIR})
-target_link_libraries(zelfdb_objects PRIVATE $<BUILD_INTERFACE:zelfdb_options>)
+target_link_libraries(zelfdb_objects PRIVATE $<BUILD_INTERFACE:zelfdb_options> $<BUILD_INTERFACE:zelfdb_hardening>)
 target_compile_options(zelfdb_objects PRIVATE
   -fno-exceptions -fno-rtti -fvisibility=hidden -fvisibility-inlines-hidden -ffunction-sections)
+# The library alone is counted.
+if(ZELFDB_COVERAGE)
+  target_compile_options(zelfdb_objects PRIVATE --coverage)
+endif()
 set_target_properties(zelfdb_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 
 # The vf_ names stay undefined: whatever libvf.so the platform has provides them. Commands that no exported operation
@@ -19,8 +23,8 @@ add_library(zelfdb SHARED $<TARGET_OBJECTS:zelfdb_objects>)
 target_include_directories(zelfdb INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_options(zelfdb PRIVATE
-  -Wl,--version-script=${zelfdb_map} -Wl,--gc-sections -Wl,-z,relro -Wl,--unresolved-symbols=ignore-all)
-target_link_libraries(zelfdb PRIVATE $<BUILD_INTERFACE:zelfdb_options>)
+  -Wl,--version-script=${zelfdb_map} -Wl,--gc-sections -Wl,--unresolved-symbols=ignore-all)
+target_link_libraries(zelfdb PRIVATE $<BUILD_INTERFACE:zelfdb_options> $<BUILD_INTERFACE:zelfdb_hardening>)
 set_target_properties(zelfdb PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS ${zelfdb_map})
 
@@ -29,11 +33,18 @@ target_include_directories(zelfdb_static INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 set_target_properties(zelfdb_static PROPERTIES OUTPUT_NAME zelfdb)
+if(ZELFDB_COVERAGE)
+  target_link_options(zelfdb PRIVATE --coverage)
+  # The library first: of an inline function that tests use too, the linker takes the first copy, and only ours counts.
+  target_link_options(zelfdb_static INTERFACE
+    --coverage LINKER:--whole-archive,$<TARGET_FILE:zelfdb_static>,--no-whole-archive)
+endif()
 
 # Installation: libraries, headers, pkg-config file, CMake package.
 install(TARGETS zelfdb zelfdb_static EXPORT zelfdb_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/zelfdb/zelfdb.h include/zelfdb/vf.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelfdb)
+install(FILES docs/libzelfdb.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
 # The installed tree may be moved: paths are found from where the file lies.
 file(RELATIVE_PATH zelfdb_prefix_from_pc /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
