@@ -1,6 +1,8 @@
 #include "system/operations.h"
 
+#include <signal.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -247,28 +249,26 @@ Requests::~Requests()
     close(output_);
 }
 
-void Requests::make(std::size_t operation)
+bool Requests::make(std::size_t operation)
 {
     u32 err = 0;
     ++counts_[operation].requested;
-    if (operations[operation].make(*this, &err) >= 0) ++counts_[operation].granted;
+    const bool granted = operations[operation].make(*this, &err) >= 0;
+    if (granted) ++counts_[operation].granted;
     if (counts_[operation].requested % 64 == 0) take_output(output_);
     if (buffers_.size() > 8) {
         for (zelfdb_ropebuf* const buffer : buffers_) zelfdb_free_ropebuf(buffer);
         buffers_.clear();
     }
+    return granted;
 }
 
-void Requests::any()
+std::size_t Requests::pick(bool only_values)
 {
     static const std::vector<std::size_t> all = urn(false);
-    make(all[below(static_cast<u32>(all.size()))]);
-}
-
-void Requests::any_of_values()
-{
-    static const std::vector<std::size_t> all = urn(true);
-    make(all[below(static_cast<u32>(all.size()))]);
+    static const std::vector<std::size_t> of_values = urn(true);
+    const std::vector<std::size_t>& from = only_values ? of_values : all;
+    return from[below(static_cast<u32>(from.size()))];
 }
 
 // Mostly ports that can exist, now and then one that no look-up finds or that the NP does not have.
@@ -353,13 +353,16 @@ int Requests::learn_from_the_np()
     return zelfdb_add_dfil_by_learn_ind(descriptor_, event.header, &indication);
 }
 
-// In a process that ends with it, since the operation keeps the FDB lock until then.
+// In a process that ends with it, since the operation keeps the FDB lock until then; and with the one that asks.
 int Requests::list_local_entries()
 {
     const u32 of = port();
     zelfdb_ropebuf* const into = buffer(20);
+    const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != parent) _exit(1);
         zelfdb_fdb_cursor from{};
         _exit(zelfdb_get_all_lfil(of, &from, into) < 0 ? 1 : 0);
     }

@@ -18,10 +18,13 @@ public:
     Requests& operator=(const Requests&) = delete;
 
     // Makes one request of any operation; whether it is granted is not looked at.
-    void any();
+    void any() { make(pick(false)); }
     // The same of those operations that change single values or nothing at all. Wherever such a one is cut short, all lists
     // and counters are in order.
-    void any_of_values();
+    void any_of_values() { make(pick(true)); }
+    // The two in steps: which operation is next, by its number; and a request of it, true if it is granted.
+    std::size_t pick(bool only_values);
+    bool make(std::size_t operation);
 
     // How often each operation was requested and how often it was granted, in the order of their names.
     struct Count {
@@ -60,8 +63,6 @@ public:
     int export_profiles();
 
 private:
-    void make(std::size_t operation);
-
     Random& random_;
     zelfdb_descriptor* descriptor_;
     std::vector<zelfdb_ropebuf*> buffers_;

@@ -92,20 +92,18 @@ private:
     void* tally_;
 };
 
-TEST_F(Processes, FourThatAskForEverythingAtOnceLeaveAWholeDatabase)
+constexpr u32 processes = 4;
+constexpr u32 requests_in_a_round = 8000;
+
+void ask_for_everything(Random& random, const SharedTally& tally)
 {
-    constexpr u32 processes = 4;
-    constexpr u32 requests_each = 8000;
-    Random random;
-    SCOPED_TRACE(random.trace());
-    const SharedTally tally;
     std::vector<std::unique_ptr<Child>> children;
     for (u32 i = 0; i < processes; ++i) {
         const u32 seed = random.word();
         children.push_back(std::make_unique<Child>([seed, &tally] {
             Random own(seed);
             Requests requests(own);
-            for (u32 request = 0; request < requests_each; ++request) requests.any();
+            for (u32 request = 0; request < requests_in_a_round; ++request) requests.any();
             begin_critical();
             tally.add(requests.counts());
             end_critical();
@@ -113,12 +111,26 @@ TEST_F(Processes, FourThatAskForEverythingAtOnceLeaveAWholeDatabase)
         }));
     }
     for (const auto& child : children) ASSERT_EQ(0, child->result(200));
+}
 
-    expect_both_locks_free();
-    expect_whole();
-    EXPECT_EQ(processes * requests_each,
+// Some requests are rarely granted: chance has some more rounds to come by all of them.
+TEST_F(Processes, FourThatAskForEverythingAtOnceLeaveAWholeDatabase)
+{
+    constexpr u32 rounds_max = 8;
+    Random random;
+    SCOPED_TRACE(random.trace());
+    const SharedTally tally;
+    const std::vector<std::string> in_vain{"recover_port_sldbkr"};  // which says so whatever it does
+    u32 rounds = 0;
+    while (rounds < rounds_max && never_granted(*tally) != in_vain) {
+        ASSERT_NO_FATAL_FAILURE(ask_for_everything(random, tally));
+        ++rounds;
+        expect_both_locks_free();
+        expect_whole();
+    }
+    EXPECT_EQ(in_vain, never_granted(*tally));
+    EXPECT_EQ(rounds * processes * requests_in_a_round,
               std::accumulate(std::begin((*tally).requested), std::end((*tally).requested), 0u));
-    EXPECT_THAT(never_granted(*tally), testing::ElementsAre("recover_port_sldbkr"));  // which says so whatever it does
 }
 
 // Those that are killed change values only, so that what they leave half done misleads nobody; their NP is their own, so
