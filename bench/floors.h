@@ -60,6 +60,17 @@ inline void detach_both(Attached attached)
     shmdt(attached.fdb);
 }
 
+// An operation with a descriptor of its own and the main lock, around the work on the records.
+template <class Work>
+void in_operation(Work work)
+{
+    const Attached attached = attach_both();
+    take(main_key);
+    work(attached.main, attached.header());
+    give(main_key);
+    detach_both(attached);
+}
+
 template <class Record>
 Record& at(u8* base, Offset offset)
 {

@@ -17,7 +17,6 @@
 namespace bench {
 namespace {
 
-constexpr int repetitions = 41;
 constexpr int attempts_max = 3;
 
 double processor_time_ns()
@@ -66,7 +65,7 @@ Result measure_once(const Measured& row)
     row.setup(row.entries);
     std::vector<Timed> pieces = pieces_of(row);
     for (Timed& timed : pieces) time_block(row, timed);  // warms up; not recorded
-    for (std::size_t repetition = 0; repetition < repetitions; ++repetition) {
+    for (std::size_t repetition = 0; repetition < row.repetitions; ++repetition) {
         for (std::size_t i = 0; i < pieces.size(); ++i) {
             Timed& timed = pieces[(repetition + i) % pieces.size()];
             timed.ns_per_op.push_back(time_block(row, timed));

@@ -26,11 +26,14 @@ struct Measured {
     Piece measured;
     std::vector<Piece> floors;
     bool (*intact)();  // after the last block: did every piece do what it claims?
+    u32 repetitions = 41;
 };
 
 extern const std::vector<Measured> learning_rows;
 extern const std::vector<Measured> reading_rows;
 extern const std::vector<Measured> opening_rows;
+extern const std::vector<Measured> stream_rows;
+extern const std::vector<Measured> classify_rows;
 
 // Hands a row to Google Benchmark.
 void add(const Measured& row);

@@ -195,18 +195,6 @@ void tight_live_and_die(u32 ops)
     }
 }
 
-// Every byte of the main segment but the history, which counts on.
-std::vector<u8> main_bytes()
-{
-    const Header& header = header_of(*site.descriptor);
-    const u8* const first = main_base(*site.descriptor).bytes;
-    shmid_ds status{};
-    shmctl(shmget(main_key, 0, 0), IPC_STAT, &status);
-    std::vector<u8> bytes(first, first + status.shm_segsz);
-    std::memset(bytes.data() + offsetof(Header, history), 0, sizeof header.history);
-    return bytes;
-}
-
 // Library and floor must leave the same bytes, after the creation and after the deletion.
 bool same_bytes()
 {

@@ -1,10 +1,12 @@
 #include "bench/site.h"
 
 #include <sys/sem.h>
+#include <sys/shm.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -125,6 +127,17 @@ bool stations_are_resident()
             return false;
     }
     return true;
+}
+
+std::vector<u8> main_bytes()
+{
+    const Header& header = header_of(*site.descriptor);
+    const u8* const first = main_base(*site.descriptor).bytes;
+    shmid_ds status{};
+    shmctl(shmget(main_key, 0, 0), IPC_STAT, &status);
+    std::vector<u8> bytes(first, first + status.shm_segsz);
+    std::memset(bytes.data() + offsetof(Header, history), 0, sizeof header.history);
+    return bytes;
 }
 
 void prepare_new_stations(u32 ops)

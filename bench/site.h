@@ -39,6 +39,9 @@ void lay_out(u32 entries);
 // Whether the table holds the stations that it must and nothing else, all counters agree and both locks are free.
 bool stations_are_resident();
 
+// Every byte of the main segment but the history, which counts on.
+std::vector<u8> main_bytes();
+
 // Blocks of stations that are not known yet, for whoever learns each and forgets the oldest after it.
 void prepare_new_stations(u32 ops);
 
