@@ -1,103 +1,12 @@
 // What each command does to the database, seen through the library, and what it says when it cannot be done.
 #include "language/commands.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <functional>
-#include <set>
 
-#include "language/reader.h"
-#include "softnp/softnp.h"
+#include "fixture.h"
 
 namespace zelfctl {
 namespace {
-
-constexpr const char* mac_text = "02:00:00:00:00:01";
-constexpr u8 mac[6] = {2, 0, 0, 0, 0, 1};
-
-class Commands : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(0, softnp_use_private());
-        const zelfdb_counts counts{16, 8, 64};
-        ASSERT_EQ(0, zelfdb_init(&counts));
-        descriptor_ = zelfdb_open_descriptor();
-        ASSERT_NE(nullptr, descriptor_);
-    }
-    void TearDown() override { zelfdb_close_descriptor(descriptor_); }
-
-    Outcome run(const std::string& line)
-    {
-        const ReadLine read = read_line(line);
-        if (!read.command) return failure(read.error ? read.error->text() : "no command");
-        rows_run_.insert(read.command->row);
-        return read.command->row->run(descriptor_, read.arguments);
-    }
-    // Fails the test if the command does.
-    void given(const std::string& line)
-    {
-        const Outcome outcome = run(line);
-        EXPECT_TRUE(outcome.done) << line << ": " << outcome.text;
-    }
-    void given(const std::vector<std::string>& lines)
-    {
-        for (const std::string& line : lines) given(line);
-    }
-
-    static zelfdb_port_info port(u32 id)
-    {
-        zelfdb_port_info info{};
-        EXPECT_EQ(0, zelfdb_get_portinfo(id, &info));
-        return info;
-    }
-    static zelfdb_vlan_info vlan(u32 vid)
-    {
-        struct {
-            zelfdb_vlan_info info;
-            u32 ports[64];
-        } room{};
-        EXPECT_EQ(0, zelfdb_get_vlan_info(vid, &room.info));
-        return room.info;
-    }
-    static std::string displayed_port(u32 id)
-    {
-        testing::internal::CaptureStdout();
-        u32 code = 0;
-        zelfdb_display_port_data(id, &code);
-        return testing::internal::GetCapturedStdout();
-    }
-    static std::string displayed_vlan(u32 vid)
-    {
-        testing::internal::CaptureStdout();
-        u32 code = 0;
-        zelfdb_display_vlan_data(vid, &code);
-        return testing::internal::GetCapturedStdout();
-    }
-    static bool NP_has(u32 FID)
-    {
-        softnp_mac_entry entry{};
-        return softnp_get_mac_entry(FID, mac, &entry) == 1;
-    }
-    static zelfdb_protgroup_info groups()
-    {
-        zelfdb_protgroup_info info{};
-        u32 code = 0;
-        EXPECT_EQ(0, zelfdb_get_protgroup_info(&info, &code));
-        return info;
-    }
-
-    zelfdb_descriptor* descriptor_ = nullptr;
-    std::set<const Row*> rows_run_;
-};
-
-// Every test of effects is a row: what there is before, the command, and what must be seen afterwards.
-struct Effect {
-    std::vector<std::string> before;
-    std::string line;
-    std::function<bool()> holds;
-};
 
 class Effects : public Commands {
 protected:
@@ -113,6 +22,7 @@ protected:
              "create port 1 npport 9 portType vif",
              [] { return port(1).p_type == ZELFDB_PORT_VIF && port(1).phport == 9; }},
             {{}, "create port 1 npport 0", [] { return port(1).p_type == ZELFDB_PORT_NONE; }},
+            {{}, "create port 1 npport 0", [] { return !replays("set port 1 aftype tagonly"); }},
             {ether, "delete port 1",
              [] {
                  zelfdb_port_info info{};
@@ -152,6 +62,8 @@ protected:
             {{ether.front(), "set port 1 simple_loop_breaker on"},
              "set port 1 simple_loop_breaker off",
              [] { return port(1).sldbkr_on == 0 && port(1).sldbkr_state == 0; }},
+            {ether, "set port 1 aging -1", [] { return port(1).aging_s == 0xFFFFFFFF; }},
+            {ether, "set port 1 default_class 0/2/yellow", [] { return port(1).def_spno == 0xFFFFFFFF; }},
             {ether, "set port 1 default_class 3/2/yellow",
              [] { return port(1).def_spno == 2 && port(1).def_pri == 2 && port(1).def_color == 1; }},
             {ether, "set port 1 cosmap bit 5 val 1,,3,,,,,",
@@ -165,6 +77,10 @@ protected:
              [] {
                  const zelfdb_policing row = port(1).policing[0];
                  return row.color == no_colour && row.rate == 4294967000 && row.burst == 8000;
+             }},
+            {ether, "set port 1 class_policing class 0 on red rate 0",
+             [] {
+                 return port(1).policing[0].rate == 999 && replays("set port 1 class_policing class 0 on red rate 0");
              }},
             {{ether.front(), "set port 1 class_policing class 2 on green rate 2"},
              "set port 1 class_policing class 2 off",
@@ -211,6 +127,7 @@ protected:
                  zelfdb_get_phinfo(4, &info, &code);
                  return info.shaping_param2 == 8000;
              }},
+            {{}, "set ether 4 shaping on rate 0", [] { return replays("set ether 4 shaping on rate 0"); }},
             {{"set ether 4 shaping on rate 3"},
              "set ether 4 shaping off",
              [] {
@@ -318,6 +235,13 @@ protected:
              [this] { return forgets("clear fdb vlan sales"); }},
             {after(sales, "add port 1 to vlan sales tag off"), "clear fdb port 1",
              [this] { return forgets("clear fdb port 1"); }},
+            {after(sales, "add port 1 to vlan sales tag off"), "clear fdb type dynamic",
+             [this] { return forgets("clear fdb type dynamic"); }},
+            {after(after(after(sales, local + "dsicard"), entry + "discard"),
+                   "create sfdbentry 02:00:00:00:00:02 in vlan sales port 1 system"),
+             "clear fdb type static", [own_FID] { return vlan(10).nfil == 1 && !NP_has(10) && NP_has(own_FID); }},
+            {after(after(sales, local + "dsicard"), entry + "discard"), "clear fdb type local",
+             [own_FID] { return vlan(10).nfil == 1 && NP_has(10) && !NP_has(own_FID); }},
             {after(sales, "add port 1 to vlan sales tag off"), "notify port 1 up flush",
              [this] { return forgets("notify port 1 up flush"); }},
         };
@@ -341,18 +265,6 @@ protected:
             given("create sfdbentry 02:00:00:00:00:0" + std::string(last) + " in vlan sales discard");
         return run("create sfdbentry 02:00:00:00:00:04 in vlan sales discard").code == ZELFDB_FDB_FULL;
     }
-
-    void expect_all(const std::vector<Effect>& effects)
-    {
-        for (const Effect& effect : effects) {
-            SCOPED_TRACE(effect.line);
-            TearDown();
-            SetUp();
-            given(effect.before);
-            given(effect.line);
-            EXPECT_TRUE(effect.holds());
-        }
-    }
 };
 
 TEST_F(Effects, OfCommandsOnPorts) { expect_all(port_effects()); }
@@ -361,17 +273,34 @@ TEST_F(Effects, OfCommandsOnEntries) { expect_all(entry_effects()); }
 
 TEST_F(Effects, AreTestedForEveryCommand)
 {
-    for (const auto& effects : {port_effects(), vlan_effects(), entry_effects()}) {
-        for (const Effect& effect : effects) {
-            const ReadLine read = read_line(effect.line);
-            ASSERT_NE(nullptr, read.command) << effect.line;
-            rows_run_.insert(read.command->row);
-        }
-    }
-    for (const Command& command : all_commands()) {
-        if (std::string(command.row->pattern) == "recover port <port>") continue;  // by a test of its own
-        EXPECT_TRUE(rows_run_.contains(command.row)) << command.row->pattern;
-    }
+    std::vector<Effect> all;
+    for (const auto& effects : {port_effects(), vlan_effects(), entry_effects()})
+        all.insert(all.end(), effects.begin(), effects.end());
+    all.push_back({{}, "recover port 1", {}});  // by a test of its own
+    expect_effects_of({"Physical ports", "Ports", "Protocol groups", "VLANs", "Forwarding database"}, all);
+}
+
+// The table's subjects are those whose effects are tested, here and in the files beside.
+TEST(Subjects, AreAllTested)
+{
+    const std::set<std::string> tested{"Physical ports",
+                                       "Ports",
+                                       "Protocol groups",
+                                       "VLANs",
+                                       "Forwarding database",
+                                       "Streams and queues",
+                                       "Classify, prefilter and loc lists",
+                                       "Mirrors",
+                                       "Questions"};
+    for (const Command& command : all_commands()) EXPECT_TRUE(tested.contains(command.row->subject));
+}
+
+TEST_F(Commands, ANewPortHasNothingOfTheOneBeforeIt)
+{
+    given({"create port 1 npport 1 portType ether", "set port 1 cosmap bit 3 val 1,2,,,,,,",
+           "set port 1 bandwidth frame_gap", "set port 1 link_frame bpdu forward", "set port 1 link_frame 31 forward",
+           "delete port 1", "create port 2 npport 2"});
+    EXPECT_EQ("create port 2 npport 2 \n", replayed());
 }
 
 TEST_F(Commands, APortWhoseBreakerTrippedComesBackWithLearningAndForwarding)
@@ -401,20 +330,13 @@ TEST_F(Commands, APortWhoseBreakerTrippedComesBackWithLearningAndForwarding)
     EXPECT_EQ(3U, np.p_flag & 3U);
 }
 
-struct Refusal {
-    std::vector<std::string> before;
-    std::string line;
-    u32 code;
-    std::string text;
-};
-
 TEST_F(Commands, SayWhyTheyCannotBeDone)
 {
     const std::string port1 = "create port 1 npport 1 portType ether";
     const std::string sales = "create vlan sales vid 10";
     const std::string member = "add port 1 to vlan sales tag off";
     const std::string entry = std::string("create sfdbentry ") + mac_text + " in vlan sales discard";
-    const Refusal refusals[] = {
+    expect_all(std::vector<Refusal>{
         {{}, "delete port 1", ZELFDB_NO_PORT, "no such port"},
         {{port1}, port1, ZELFDB_PORT_EXISTS, "the port exists already"},
         {{port1},
@@ -444,10 +366,20 @@ TEST_F(Commands, SayWhyTheyCannotBeDone)
         {{}, "delete vlan sales", ZELFDB_NO_VLAN, "no VLAN 'sales'"},
         {{port1, sales, member}, "delete vlan sales", ZELFDB_VLAN_HAS_PORTS, "the VLAN still has members"},
         {{sales}, member, ZELFDB_NO_PORT, "no such port"},
-        {{port1, sales, member},
-         member,
+        {{port1, sales, member}, member, ZELFDB_ALREADY_MEMBER, "the port is a member of the VLAN already"},
+        {{port1, sales, member, "create vlan lab vid 11"},
+         "add port 1 to vlan lab tag off",
          ZELFDB_PORT_HAS_PVID,
          "the port is an untagged member of another VLAN already"},
+        {{"create port 2 npport 0 portType vif", sales, "add port 2 to vlan sales tag on"},
+         "add port 2 to vlan sales tag on",
+         ZELFDB_ALREADY_MEMBER,
+         "the port is a member of the VLAN already"},
+        {{"create protgroup 1", "create protgroup 2", "create protgroup 3", "create protgroup 4", "create protgroup 5",
+          "create protgroup 6", "create protgroup 7", "create protgroup 8"},
+         "create protgroup 8",
+         ZELFDB_PROTGROUP_EXISTS,
+         "the protocol group exists already"},
         {{port1, sales}, "add port 1 to vlan sales tag off protgroup 9", ZELFDB_NO_PROTGROUP, "no such protocol group"},
         {{port1, sales}, "delete port 1 from vlan sales", ZELFDB_NOT_MEMBER, "the port is not a member"},
         {{"create protgroup 1"}, "create protgroup 1", ZELFDB_PROTGROUP_EXISTS, "the protocol group exists already"},
@@ -467,17 +399,7 @@ TEST_F(Commands, SayWhyTheyCannotBeDone)
          "no entry with that MAC address"},
         {{}, "clear fdb vlan sales", ZELFDB_NO_VLAN, "no VLAN 'sales'"},
         {{}, "clear fdb port 7", ZELFDB_NO_PORT, "no such port"},
-    };
-    for (const Refusal& refusal : refusals) {
-        SCOPED_TRACE(refusal.line);
-        TearDown();
-        SetUp();
-        given(refusal.before);
-        const Outcome outcome = run(refusal.line);
-        EXPECT_FALSE(outcome.done);
-        EXPECT_EQ(refusal.code, outcome.code);
-        EXPECT_EQ(refusal.text, outcome.text);
-    }
+    });
 }
 
 TEST_F(Commands, TellOfARefusalByTheNetworkProcessorWhereTheLibraryDoes)
@@ -505,7 +427,11 @@ TEST(Codes, EveryCodeOfTheHeaderHasAText)
                            ZELFDB_NO_PORT,
                            ZELFDB_NO_VLAN,
                            ZELFDB_NO_MAC,
+                           ZELFDB_NO_STREAM,
+                           ZELFDB_NO_QUEUE,
                            ZELFDB_NO_PHPORT,
+                           ZELFDB_NO_CLASSIFY,
+                           ZELFDB_NO_LINE,
                            ZELFDB_BAD_VID,
                            ZELFDB_NOT_VIF,
                            ZELFDB_PORT_POOL_EMPTY,
@@ -539,6 +465,23 @@ TEST(Codes, EveryCodeOfTheHeaderHasAText)
                            ZELFDB_TYPE_DIFFERS,
                            ZELFDB_VIF_NO_SLDBKR,
                            ZELFDB_BAD_CLASS,
+                           ZELFDB_QUEUE_EXISTS,
+                           ZELFDB_QUEUE_POOL_EMPTY,
+                           ZELFDB_QUEUE_BUDGET,
+                           ZELFDB_QUEUE_ATTACHED,
+                           ZELFDB_QUEUE_NOT_ATTACHED,
+                           ZELFDB_STREAM_BOUND,
+                           ZELFDB_STREAM_NOT_BOUND,
+                           ZELFDB_STREAM_HAS_QUEUE,
+                           ZELFDB_STREAM_EXISTS,
+                           ZELFDB_STREAM_POOL_EMPTY,
+                           ZELFDB_CLASSIFY_EXISTS,
+                           ZELFDB_CLASSIFY_POOL_EMPTY,
+                           ZELFDB_CLASSIFY_FULL,
+                           ZELFDB_CLASSIFY_HAS_LINES,
+                           ZELFDB_CLASSIFY_BOUND,
+                           ZELFDB_PV_HAS_CLASSIFY,
+                           ZELFDB_PV_NO_CLASSIFY,
                            ZELFDB_PROTGROUPS_FULL,
                            ZELFDB_PROTGROUP_EXISTS,
                            ZELFDB_NO_PROTGROUP,
@@ -546,6 +489,16 @@ TEST(Codes, EveryCodeOfTheHeaderHasAText)
                            ZELFDB_PROTOCOL_IN_GROUP,
                            ZELFDB_PROTOCOL_ELSEWHERE,
                            ZELFDB_PROTOCOL_NOT_IN_GROUP,
+                           ZELFDB_BAD_MIRROR,
+                           ZELFDB_MIRROR_EXISTS,
+                           ZELFDB_NO_MIRROR,
+                           ZELFDB_MIRROR_NO_SOURCE,
+                           ZELFDB_MIRROR_NO_DEST,
+                           ZELFDB_MIRROR_ONTO_ITSELF,
+                           ZELFDB_MIRROR_IN_USE,
+                           ZELFDB_MIRROR_ENABLED,
+                           ZELFDB_MIRROR_DISABLED,
+                           ZELFDB_MIRROR_FROZEN,
                            ZELFDB_PROTGROUP_USED})
         EXPECT_STRNE("unknown reason", text_of_code(code)) << code;
     EXPECT_STREQ("unknown reason", text_of_code(9999));

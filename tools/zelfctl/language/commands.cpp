@@ -1,7 +1,11 @@
 #include "language/commands.h"
 
+#include "language/classify_commands.h"
 #include "language/fdb_commands.h"
+#include "language/mirror_commands.h"
 #include "language/port_commands.h"
+#include "language/qos_commands.h"
+#include "language/query_commands.h"
 #include "language/vlan_commands.h"
 
 namespace zelfctl {
@@ -12,6 +16,10 @@ constexpr const char* ports = "Ports";
 constexpr const char* groups = "Protocol groups";
 constexpr const char* vlans = "VLANs";
 constexpr const char* entries = "Forwarding database";
+constexpr const char* streams = "Streams and queues";
+constexpr const char* lists = "Classify, prefilter and loc lists";
+constexpr const char* mirrors = "Mirrors";
+constexpr const char* questions = "Questions";
 
 constexpr Row rows[] = {
     {physical_ports, "set ether <ether> shaping on rate <rate> [burst <burst>]",
@@ -20,7 +28,7 @@ constexpr Row rows[] = {
 
     {ports, "create port <port> npport <phport> [portType <type:ether|vif>]",
      "Create a port: an Ethernet port on a physical port 1 to 4 of its own, a virtual interface, or one of neither "
-     "type.",
+     "type. It admits all frames.",
      create_port},
     {ports, "delete port <port>",
      "Delete a port that is in no VLAN and is no uplink, with its static and local entries.", delete_port},
@@ -79,6 +87,36 @@ constexpr Row rows[] = {
     {ports, "set port <port> uplink <switch:off|on>",
      "Mark a member of some VLAN as uplink: it can be neither deleted nor taken out of a VLAN.", set_uplink},
 
+    {streams, "create stream <stream> qostype <type:none|wfq|pq>",
+     "Create a stream on a port, without queues; port 0 leaves it unbound.", create_stream},
+    {streams, "delete stream <stream>", "Delete a stream without queues.", delete_stream},
+    {streams, "set stream <stream> qostype <type:none|wfq|pq> [<param:wfq_param> <param2:wfq_param2>]",
+     "Set how a stream schedules its classes; only wfq has parameters. Queues go on as they were created.",
+     set_qostype},
+    {streams, "set stream <stream> shaping on rate <rates> [burst <bursts>]",
+     "Set the committed and the peak rate, in thousands, and their bursts, 8000 if none is given.",
+     set_stream_shaping_on},
+    {streams, "set stream <stream> shaping off", "Do not shape a stream.", set_stream_shaping_off},
+    {streams, "set stream <stream> priority <priority>", "Set a stream's priority; 7 at creation.",
+     set_stream_priority},
+    {streams, "set stream <stream> tosmap off", "Let no TOS value choose a class.", set_tosmap_off},
+    {streams, "set stream <stream> tosmap <tosmap>",
+     "Set the TOS value of each class; a value without a mask has the mask ff.", set_tosmap},
+    {streams, "create queue <queue> [size <qsize>] [queue_length <qlength>]",
+     "Create the queue of a stream's class. Without a size it takes 7 of the budget of 65536, so that all 8192 queues "
+     "can exist; without a length 16384.",
+     create_queue},
+    {streams, "delete queue <queue>", "Take a queue out of its stream and delete it.", delete_queue},
+    {streams, "set queue <queue> pri <priority> [ratio <ratio>]",
+     "Set a queue's priority (wfq, pq) and weight (wfq; 1 if none is given).", set_queue_weight},
+    {streams, "set queue <queue> queue_length <qlength>", "Set how long a queue may grow.", set_queue_length},
+    {streams, "set queue <queue> size <qsize>", "Set a queue's share of the buffer budget.", set_queue_size},
+    {streams, "set queue <queue> color <color> drop_type wred thresh <thresh:percents> drop <drop:percents>",
+     "Set random early detection for a colour of a stream's class, with or without a queue.", set_red},
+    {streams, "update stream_rates ether <ether>",
+     "Share the rate of a shaped physical port out among the streams of the port of the same number.",
+     update_stream_rates},
+
     {groups, "create protgroup <group>", "Create a protocol group; there can be eight.", create_protgroup},
     {groups, "delete protgroup <group>", "Delete a protocol group that no port uses.", delete_protgroup},
     {groups, "add protocol <protocol> to protgroup <group>", "Add a protocol to a group, which holds up to eight.",
@@ -123,6 +161,71 @@ constexpr Row rows[] = {
     {entries, "clear fdb", "Remove all learned entries.", clear_all},
     {entries, "clear fdb vlan <vlan>", "Remove a VLAN's learned entries.", clear_vlan},
     {entries, "clear fdb port <port>", "Remove a port's learned entries.", clear_port},
+    {entries, "clear fdb type <type:dynamic|static|local>",
+     "Remove all learned entries, or all user entries that are static or local.", clear_type},
+
+    {lists, "create clslist <clslist>", "Create a classify list without lines.", create_clslist},
+    {lists, "delete clslist from port <port> vlan <vlan>", "Unbind the classify list of a membership.", unbind_clslist},
+    {lists, "delete clslist <clslist>", "Delete a classify list that has no lines and is bound nowhere.",
+     delete_clslist},
+    {lists,
+     "add classify <target> <mode:normal|dot1p|dscp> <dst-ip:addresses> <src-ip:addresses> <tos:field8> "
+     "<protocol:protocols> <dst-port:field16> <src-port:field16> <vid:field16> <dot1p:field8> <etype:etypes> "
+     "<ext:words> to clslist <clslist> [line <line>]",
+     "Add a line to a classify list: frames that match all fields go to the stream (from 1 on), class and colour. The "
+     "fields are destination and source address, TOS, protocol, destination and source port, VID, 802.1p priority, "
+     "ethertype, and words of the payload; - matches anything. The line goes before the one that has its number.",
+     add_classify_line},
+    {lists, "delete classify line <line> from clslist <clslist>", "Remove a line; those after it move up.",
+     delete_classify_line},
+    {lists, "delete classify all from clslist <clslist>", "Remove all lines.", delete_classify_lines},
+    {lists, "add clslist <clslist> to port <port> vlan <vlan> [<bindings>]",
+     "Bind a classify list to a membership, which has one at most.", bind_clslist},
+    {lists,
+     "add prefilter <action:pass|drop> <dst-ip:prefilter_addresses> <src-ip:prefilter_addresses> "
+     "<tos:prefilter_field8> <protocol:prefilter_field8> <dst-port:prefilter_field16> <src-port:prefilter_field16> "
+     "to list <list> [index <prefilter_index>]",
+     "Append a line to a prefilter list, which the network processor alone keeps; with index 0 empty the list first.",
+     add_prefilter},
+    {lists,
+     "add loc <action:off|on> <address:loc_address> <number8:loc_field8> <number16:loc_field16> to list <list> "
+     "[index <loc_index>]",
+     "Append a line to a loc list, which the network processor alone keeps; with index 0 empty the list first.",
+     add_loc},
+
+    {mirrors, "create mirror <mirror>", "Create a mirror without source and destination.", create_mirror},
+    {mirrors, "delete mirror <mirror>", "Delete a mirror that is not enabled.", delete_mirror},
+    {mirrors, "set mirror <mirror> source port <port:mirror_port> in [vlan <vlan>]",
+     "Copy the frames that a port receives, or those of one VLAN.", set_source_in},
+    {mirrors, "set mirror <mirror> source port <port:mirror_port> out [vlan <vlan>]",
+     "Copy the frames that leave by a port, or those of one VLAN.", set_source_out},
+    {mirrors, "set mirror <mirror> source vlan <vlan>", "Copy the frames of a VLAN.", set_source_vlan},
+    {mirrors, "set mirror <mirror> source none", "Copy nothing.", set_source_none},
+    {mirrors, "set mirror <mirror> dest port <port:mirror_port>", "Set the analyser port.", set_mirror_dest},
+    {mirrors, "set mirror <mirror> dest none", "Have no analyser port.", set_mirror_dest_none},
+    {mirrors, "set mirror <mirror> classify <copy_class>", "Set class (from 1 on), stream and colour of the copies.",
+     set_copy_class},
+    {mirrors, "set mirror <mirror> tag on [tagtype <tagtype>] vid <vid:tag_vid>",
+     "Tag the copies; without a tag type it is 8100.", set_tag_on},
+    {mirrors, "set mirror <mirror> tag off", "Do not tag the copies.", set_tag_off},
+    {mirrors, "enable mirror <mirror>", "Start copying. Source and destination must have been set.", enable_mirror},
+    {mirrors, "disable mirror <mirror>", "Stop copying.", disable_mirror},
+
+    {questions, "query port <port> vid", "Print the VID of a virtual interface's first membership.", query_port_vid},
+    {questions, "query port <port> vlans", "Print the VIDs of a port's memberships.", query_port_vlans},
+    {questions, "query port <port> memberships",
+     "Print a port's memberships: name, VID, flags (1 tagged, 2 by protocol) and tag type.", query_port_memberships},
+    {questions, "query port <port> streams", "Print whether there is a stream with a number of the port's: yes or no.",
+     query_port_streams},
+    {questions, "query vlan <vlan> vid", "Print the VID of a VLAN.", query_vlan_vid},
+    {questions, "query vid <vid> vlan", "Print the name of the VLAN with a VID.", query_vid_vlan},
+    {questions, "query vlan <vlan> ports", "Print the members of a VLAN.", query_vlan_ports},
+    {questions, "query vlan <vlan> counts",
+     "Print how many members, untagged ones, ports with its PVID and entries a VLAN has.", query_vlan_counts},
+    {questions, "query stream <stream> queues",
+     "Print whether there is a queue with a number of the stream's: yes or no.", query_stream_queues},
+    {questions, "query stream <stream> busy",
+     "Print the three words that the network processor says of a stream's business.", query_stream_busy},
 };
 
 std::vector<Command> compiled()

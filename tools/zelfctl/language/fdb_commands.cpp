@@ -1,5 +1,9 @@
 #include "language/fdb_commands.h"
 
+#include "language/captured_output.h"
+#include "language/difference.h"
+#include "language/reader.h"
+
 #include <zelfdb/zelfdb.h>
 
 #include "language/vlan_commands.h"
@@ -88,6 +92,22 @@ Outcome clear_port(zelfdb_descriptor* descriptor, const Arguments& arguments)
 {
     const int result = zelfdb_notify_portstate(descriptor, arguments.number("port"), B_PORT_UP, 1);
     return outcome_of(result, ZELFDB_NO_PORT);
+}
+
+Outcome clear_type(zelfdb_descriptor* descriptor, const Arguments& arguments)
+{
+    if (arguments.number("type") == 0) return clear_all(descriptor, arguments);
+    auto* const replay = arguments.number("type") == 1 ? zelfdb_reconfig_sfil : zelfdb_reconfig_lfil;
+    std::string text;
+    if (!capture_output([&] { return replay("", "\n") == 0; }, text)) return failure("the entries could not be read");
+    Outcome outcome;
+    for (const PlannedCommand& command : commands_between(read_configuration(text), {})) {
+        const ReadLine read = read_line(command.text);
+        outcome = read.command->row->run(descriptor, read.arguments);
+        // Somebody may have been faster.
+        if (!outcome.done && outcome.code != ZELFDB_NO_MAC) return outcome;
+    }
+    return {};
 }
 
 }  // namespace zelfctl

@@ -18,5 +18,6 @@ Outcome set_userarea(zelfdb_descriptor* descriptor, const Arguments& arguments);
 Outcome clear_all(zelfdb_descriptor* descriptor, const Arguments& arguments);
 Outcome clear_vlan(zelfdb_descriptor* descriptor, const Arguments& arguments);
 Outcome clear_port(zelfdb_descriptor* descriptor, const Arguments& arguments);
+Outcome clear_type(zelfdb_descriptor* descriptor, const Arguments& arguments);
 
 }  // namespace zelfctl

@@ -6,13 +6,6 @@
 namespace zelfctl {
 namespace {
 
-// Words of the language are read whatever their case; names and numbers as they are.
-bool same_word(std::string_view a, std::string_view b)
-{
-    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
-}
-
 std::vector<std::string> words_of(std::string_view choice)
 {
     std::vector<std::string> words;
@@ -76,7 +69,7 @@ private:
 
 class Matcher {
 public:
-    Matcher(const std::vector<Token>& tokens, Arguments& arguments, Mismatch& mismatch)
+    Matcher(const std::vector<Token>& tokens, Arguments& arguments, Mismatch* mismatch)
         : tokens_(tokens), arguments_(arguments), mismatch_(mismatch)
     {
     }
@@ -85,7 +78,7 @@ public:
     {
         if (!all(parts)) return false;
         if (at_ == tokens_.size()) return true;
-        mismatch_.note(at_, "the end of the line");
+        if (mismatch_) mismatch_->note_end(at_);
         return false;
     }
 
@@ -110,7 +103,7 @@ private:
     bool fits(const Part& part)
     {
         if (at_ < tokens_.size() && accept(part, tokens_[at_].text)) return true;
-        for (const std::string& expected : expectations(part)) mismatch_.note(at_, expected);
+        if (mismatch_) mismatch_->note(at_, part);
         return false;
     }
 
@@ -133,11 +126,17 @@ private:
 
     const std::vector<Token>& tokens_;
     Arguments& arguments_;
-    Mismatch& mismatch_;
+    Mismatch* mismatch_;
     std::size_t at_ = 0;
 };
 
 }  // namespace
+
+bool same_word(std::string_view a, std::string_view b)
+{
+    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
+}
 
 std::vector<Part> read_pattern(std::string_view pattern) { return PatternReader(pattern).parts(); }
 
@@ -171,16 +170,37 @@ std::vector<std::string> expectations(const Part& part)
     return quoted;
 }
 
-bool match(const std::vector<Part>& parts, const std::vector<Token>& tokens, Arguments& arguments, Mismatch& mismatch)
+bool match(const std::vector<Part>& parts, const std::vector<Token>& tokens, Arguments& arguments, Mismatch* mismatch)
 {
     return Matcher(tokens, arguments, mismatch).whole(parts);
 }
 
-void Mismatch::note(std::size_t at, const std::string& what)
+void Mismatch::note(std::size_t at, const Part& part)
 {
-    if (at < token) return;
-    if (at > token) expected.clear();
+    if (!reaches(at)) return;
+    parts.push_back(&part);
+    for (const std::string& what : expectations(part)) add(what);
+}
+
+void Mismatch::note_end(std::size_t at)
+{
+    if (reaches(at)) add("the end of the line");
+}
+
+// What was noted before is of no interest once another attempt came further.
+bool Mismatch::reaches(std::size_t at)
+{
+    if (at < token) return false;
+    if (at > token) {
+        expected.clear();
+        parts.clear();
+    }
     token = at;
+    return true;
+}
+
+void Mismatch::add(const std::string& what)
+{
     if (std::find(expected.begin(), expected.end(), what) == expected.end()) expected.push_back(what);
 }
 

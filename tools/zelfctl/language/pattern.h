@@ -50,15 +50,24 @@ private:
 struct Mismatch {
     std::size_t token = 0;
     std::vector<std::string> expected;
+    std::vector<const Part*> parts;  // of the patterns, in their order: what the texts above are made from
 
-    void note(std::size_t at, const std::string& what);
+    void note(std::size_t at, const Part& part);
+    void note_end(std::size_t at);
+
+private:
+    bool reaches(std::size_t at);
+    void add(const std::string& what);
 };
 
-// Whether the tokens are such a command. If not, mismatch has more to say than before.
-bool match(const std::vector<Part>& parts, const std::vector<Token>& tokens, Arguments& arguments, Mismatch& mismatch);
+// Whether the tokens are such a command. If not, mismatch has more to say than before; it may be null.
+bool match(const std::vector<Part>& parts, const std::vector<Token>& tokens, Arguments& arguments, Mismatch* mismatch);
 
 // How the command is written, for people: values by their kind, choices as their words.
 std::string syntax_of(const std::vector<Part>& parts);
+
+// Words of the language are read whatever their case; names and numbers as they are.
+bool same_word(std::string_view a, std::string_view b);
 
 // What may stand first, as texts of an error: the words of a part, quoted, or what its kind expects.
 std::vector<std::string> expectations(const Part& part);

@@ -4,10 +4,11 @@
 
 #include <vector>
 
+#include "language/rates.h"
+
 namespace zelfctl {
 namespace {
 
-constexpr u32 rate_unit = 1000;  // texts carry rates in thousands
 constexpr u32 default_burst = 8000;
 
 // Flags of a port that only the network processor gives a meaning to.
@@ -93,6 +94,23 @@ Outcome depend_on(const Arguments& arguments, u32 value, u32 bits)
     return outcome_of(result, code);
 }
 
+// Takes back what a port's creation leaves as the record's last user had it.
+Outcome clean_port(u32 port)
+{
+    constexpr u32 frames = 32;
+    constexpr i32 hold = 0;
+    constexpr u32 no_values[8] = {};
+    zelfdb_port_info info{};
+    if (!read_port(port, info)) return failure(ZELFDB_NO_PORT);
+    u32 code = 0;
+    if (info.valbit != 0 && zelfdb_set_port_cosmap(port, 0, no_values, &code) != 0) return failure(code);
+    if (info.bw_calc_mode != 0 && zelfdb_set_port_bandwidth_calc_mode(port, 0, &code) != 0) return failure(code);
+    for (u32 frame = 0; frame < frames; ++frame)
+        if ((info.link_frames_fwd >> frame & 1) != 0 && zelfdb_set_port_link_frames(port, frame, hold, &code) != 0)
+            return failure(code);
+    return {};
+}
+
 i32 type_of_port(const Arguments& arguments)
 {
     if (!arguments.has("type")) return ZELFDB_PORT_NONE;
@@ -101,9 +119,15 @@ i32 type_of_port(const Arguments& arguments)
 
 }  // namespace
 
+bool is_virtual_interface(u32 port)
+{
+    zelfdb_port_info info{};
+    return read_port(port, info) && info.p_type == ZELFDB_PORT_VIF;
+}
+
 Outcome set_shaping_on(zelfdb_descriptor*, const Arguments& arguments)
 {
-    return set_shaping(arguments.number("ether"), arguments.number("rate") * rate_unit,
+    return set_shaping(arguments.number("ether"), rate_when_on(arguments.number("rate")),
                        arguments.number("burst", default_burst));
 }
 
@@ -112,12 +136,18 @@ Outcome set_shaping_off(zelfdb_descriptor*, const Arguments& arguments)
     return set_shaping(arguments.number("ether"), 0, default_burst);
 }
 
-Outcome create_port(zelfdb_descriptor*, const Arguments& arguments)
+// A new port is as the replay takes it to be when it says nothing: it admits untagged frames, which a port without a type
+// does not by itself, and it has nothing left of an earlier port whose record it got.
+Outcome create_port(zelfdb_descriptor* descriptor, const Arguments& arguments)
 {
+    const u32 port = arguments.number("port");
+    const i32 type = type_of_port(arguments);
     u32 code = 0;
-    const int result =
-        zelfdb_create_port(arguments.number("port"), arguments.number("phport"), type_of_port(arguments), &code);
-    return outcome_of(result, code);
+    if (const int result = zelfdb_create_port(port, arguments.number("phport"), type, &code); result != 0)
+        return outcome_of(result, code);
+    Outcome cleaned = clean_port(port);
+    if (!cleaned.done || type != ZELFDB_PORT_NONE) return cleaned;
+    return change_flags(descriptor, port, ZELFDB_P_UNTAGGED, ZELFDB_P_UNTAGGED);
 }
 
 Outcome delete_port(zelfdb_descriptor*, const Arguments& arguments)
@@ -275,7 +305,7 @@ Outcome set_cosmap(zelfdb_descriptor*, const Arguments& arguments)
 
 Outcome set_policing_on(zelfdb_descriptor*, const Arguments& arguments)
 {
-    return set_policing(arguments, arguments.number("rate") * rate_unit, arguments.number("burst", default_burst),
+    return set_policing(arguments, rate_when_on(arguments.number("rate")), arguments.number("burst", default_burst),
                         arguments.number("color", no_colour));
 }
 

@@ -42,4 +42,7 @@ Outcome set_bandwidth(zelfdb_descriptor* descriptor, const Arguments& arguments)
 Outcome set_link_frame(zelfdb_descriptor* descriptor, const Arguments& arguments);
 Outcome set_uplink(zelfdb_descriptor* descriptor, const Arguments& arguments);
 
+// False if there is no such port.
+bool is_virtual_interface(u32 port);
+
 }  // namespace zelfctl

@@ -10,7 +10,7 @@
 namespace zelfctl {
 
 struct ReadError {
-    u32 column;        // from 1
+    u32 column;        // from 1, in characters
     std::string word;  // empty: the line ended there
     std::vector<std::string> expected;
 

@@ -10,7 +10,7 @@ namespace zelfctl {
 
 struct Token {
     std::string_view text;
-    u32 column;  // of its first character, from 1
+    u32 column;  // of its first byte, from 1
 };
 
 // Blanks separate tokens. A token that begins with # ends the line: the rest is a comment.

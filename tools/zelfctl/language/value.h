@@ -11,10 +11,10 @@ namespace zelfctl {
 
 // What a token was read as. Each kind fills the fields that it has a use for.
 struct Value {
-    std::string_view text;         // the token itself
-    u32 number = 0;                // a number, or the index of a chosen word
-    std::array<u32, 8> numbers{};  // the members of a list or of a compound value
-    u32 given = 0;                 // bit i: numbers[i] was written
+    std::string_view text;          // the token itself
+    u32 number = 0;                 // a number, or the index of a chosen word
+    std::array<u32, 16> numbers{};  // the members of a list or of a compound value
+    u32 given = 0;                  // bit i: member i was written
     std::array<u8, 6> mac{};
 };
 
@@ -34,6 +34,14 @@ const Kind* find_kind(std::string_view name);
 
 // Decimal digits alone, no sign, no blanks; false if it is anything else or above 32 bits.
 bool read_decimal(std::string_view text, u32& number);
+
+// Hexadecimal digits alone, in the same way.
+bool read_hexadecimal(std::string_view text, u32& number);
+
+// Decimal digits, or a minus and digits for a number of the upper half of 32 bits: the replay prints some of them so.
+bool read_wide(std::string_view text, u32& number);
+
+bool read_colour_word(std::string_view text, u32& colour);
 
 inline constexpr u32 no_colour = 3;  // a colour that has no word
 

@@ -2,6 +2,9 @@
 
 #include <zelfdb/zelfdb.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace zelfctl {
 namespace {
 
@@ -37,6 +40,21 @@ Outcome set_one(zelfdb_descriptor* descriptor, const Arguments& arguments, Setti
     return outcome_of(result, code);
 }
 
+bool is_member(zelfdb_descriptor* descriptor, u32 vid, u32 port)
+{
+    constexpr i32 most_members = 8;
+    u32 ports[most_members] = {};
+    u32 code = 0;
+    const int count = zelfdb_get_portID_from_vid2(descriptor, most_members, vid, ports, &code);
+    return std::find(ports, ports + std::max(count, 0), port) != ports + std::max(count, 0);
+}
+
+// A membership that exists already is refused for what came with it: the PVID, or the VLAN's virtual interface.
+bool may_be_of_itself(u32 code)
+{
+    return code == ZELFDB_PORT_HAS_PVID || code == ZELFDB_VIF_HAS_PVID || code == ZELFDB_VLAN_HAS_VIF;
+}
+
 struct Membership {
     bool tagged;
     u32 tagtype;
@@ -53,7 +71,19 @@ Outcome join(zelfdb_descriptor* descriptor, const Arguments& arguments, const Me
     const int result =
         zelfdb_add_port_to_vlan(vid, arguments.number("port"), membership.tagged ? 1 : 0, membership.tagtype,
                                 membership.by_protocol ? 1 : 0, static_cast<i32>(membership.group), &code);
+    if (result != 0 && may_be_of_itself(code) && is_member(descriptor, vid, arguments.number("port")))
+        return failure(ZELFDB_ALREADY_MEMBER);
     return outcome_of(result, code);
+}
+
+bool group_exists(u32 group)
+{
+    zelfdb_protgroup_info info{};
+    u32 code = 0;
+    if (zelfdb_get_protgroup_info(&info, &code) != 0) return false;
+    const zelfdb_protgroup* const end = info.group + info.count;
+    return std::any_of(std::cbegin(info.group), end,
+                       [group](const zelfdb_protgroup& known) { return known.group == group; });
 }
 
 }  // namespace
@@ -71,6 +101,8 @@ Outcome create_protgroup(zelfdb_descriptor*, const Arguments& arguments)
 {
     u32 code = 0;
     const int result = zelfdb_create_protgroup(arguments.number("group"), &code);
+    if (result != 0 && code == ZELFDB_PROTGROUPS_FULL && group_exists(arguments.number("group")))
+        return failure(ZELFDB_PROTGROUP_EXISTS);
     return outcome_of_NP_command(result, code);
 }
 
