@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <tuple>
 
 #include "database.h"
 #include "entries.h"
+#include "json_output.h"
 #include "table.h"
 
 namespace zelfctl {
@@ -25,13 +25,13 @@ std::vector<Entry> missing(std::vector<Entry> old_entries, std::vector<Entry> ne
     return gone;
 }
 
-void print_json(const std::vector<Entry>& gone, std::size_t left)
+void print_as_json(const std::vector<Entry>& gone, std::size_t left)
 {
     nlohmann::json entries = nlohmann::json::array();
     for (const Entry& entry : gone)
         entries.push_back(
             {{"mac", text_of(entry.mac)}, {"vid", entry.vid}, {"vlan", entry.vlan}, {"port", entry.port}});
-    std::printf("%s\n", nlohmann::json{{"aged", entries}, {"dynamic_left", left}}.dump(2).c_str());
+    print_json({{"aged", entries}, {"dynamic_left", left}});
 }
 
 void print_table(const std::vector<Entry>& gone, std::size_t left)
@@ -63,7 +63,7 @@ int age(bool json)
         return exit_failed;
     }
     const std::vector<Entry> gone = missing(*old_entries, *new_entries);
-    (json ? print_json : print_table)(gone, new_entries->size());
+    (json ? print_as_json : print_table)(gone, new_entries->size());
     return exit_done;
 }
 

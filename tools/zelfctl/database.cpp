@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "language/captured_output.h"
 #include "softnp/softnp.h"
+#include "trusted.h"
 
 namespace zelfctl {
 
@@ -48,6 +50,12 @@ int try_to_open()
     return Descriptor(zelfdb_open_descriptor2()) ? 0 : errno;
 }
 
+bool NP_answers()
+{
+    u32 tick_ms = 0;
+    return softnp_get_tick(&tick_ms) == 0;
+}
+
 }  // namespace
 
 void complain(const std::string& message)
@@ -56,20 +64,42 @@ void complain(const std::string& message)
     std::fprintf(stderr, "zelfctl: %s\n", message.c_str());
 }
 
+std::optional<std::string> read_running()
+{
+    auto text = running_configuration();
+    if (!text) complain("the configuration could not be read");
+    return text;
+}
+
 std::string counted(u64 number, const char* one, const char* several)
 {
     return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
+bool is_database_there()
+{
+    return may_use_database() && why_not_a_database().empty() && try_to_open() == 0 && NP_answers();
+}
+
+bool has_privilege()
+{
+    if (may_use_database()) return true;
+    complain("the database is for root (CAP_IPC_OWNER) only; --sandbox works on one of its own");
+    return false;
+}
+
 bool database_is_ready()
 {
-    if (const int error = try_to_open()) {
-        complain(error == ENOENT ? "there is no database: make one with 'zelfctl init'"
-                                 : std::string("the database cannot be opened: ") + std::strerror(error));
+    if (!has_privilege()) return false;
+    if (const std::string why = why_not_a_database(); !why.empty()) {
+        complain(why);
         return false;
     }
-    u32 tick_ms = 0;
-    if (softnp_get_tick(&tick_ms) == 0) return true;
+    if (const int error = try_to_open()) {
+        complain(std::string("the database cannot be opened: ") + std::strerror(error));
+        return false;
+    }
+    if (NP_answers()) return true;
     complain("the network processor cannot be reached");
     return false;
 }

@@ -4,6 +4,7 @@
 #include <zelfdb/zelfdb.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "language/types.h"
@@ -18,11 +19,20 @@ inline constexpr int exit_usage = 2;
 // there, or speak up on standard output.
 bool database_is_ready();
 
+// The same without a word.
+bool is_database_there();
+
+// False after a message on standard error, unless this process may use a database. Nothing is looked for without.
+bool has_privilege();
+
 // "zelfctl: message" on standard error.
 void complain(const std::string& message);
 
 // "1 entry", "2 entries".
 std::string counted(u64 number, const char* one, const char* several);
+
+// running_configuration(), or nothing after a message.
+std::optional<std::string> read_running();
 
 struct CloseDescriptor {
     void operator()(zelfdb_descriptor* descriptor) const { zelfdb_close_descriptor(descriptor); }

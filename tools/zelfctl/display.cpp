@@ -1,50 +1,26 @@
 #include "display.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
 #include <zelfdb/zelfdb.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 
 #include "database.h"
+#include "language/captured_output.h"
 #include "language/outcome.h"
 #include "vlans.h"
 
 namespace zelfctl {
 namespace {
 
-// What the library prints, held back in memory: it prints with its locks taken, and a reader of our standard output that
-// does not read must not make the whole system wait.
-bool capture(const std::function<bool()>& print, std::string& text)
-{
-    std::fflush(stdout);
-    const int memory = memfd_create("display", MFD_CLOEXEC);
-    const int saved = dup(STDOUT_FILENO);
-    bool printed = false;
-    if (memory >= 0 && saved >= 0) {
-        dup2(memory, STDOUT_FILENO);
-        printed = print();
-        std::fflush(stdout);
-        dup2(saved, STDOUT_FILENO);
-        const off_t size = lseek(memory, 0, SEEK_END);
-        text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-        printed = pread(memory, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) && printed;
-    }
-    if (memory >= 0) close(memory);
-    if (saved >= 0) close(saved);
-    return printed;
-}
-
 bool port_text(u32 port_id, std::string& text, u32& code)
 {
-    return capture([&] { return zelfdb_display_port_data(port_id, &code) == 0; }, text);
+    return capture_output([&] { return zelfdb_display_port_data(port_id, &code) == 0; }, text);
 }
 
 bool vlan_text(u32 vid, std::string& text, u32& code)
 {
-    return capture([&] { return zelfdb_display_vlan_data(vid, &code) == 0; }, text);
+    return capture_output([&] { return zelfdb_display_vlan_data(vid, &code) == 0; }, text);
 }
 
 // The number behind a label.

@@ -14,8 +14,8 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 first_capacity = 1024;
-constexpr u32 spare = 64;  // for entries that are added between two passes
+constexpr u32 first_capacity = 1024;  // for a port's own, whose number no operation tells
+constexpr u32 spare = 64;             // for entries that are added between two passes
 constexpr int attempts = 10;
 
 using Listing = int (*)(u32 owner, zelfdb_fdb_cursor* cursor, zelfdb_ropebuf* buffer);
@@ -38,9 +38,9 @@ Entry entry_of(const zelfdb_fdb_record& record, u32 type)
 }
 
 // The whole list in one call, so that no entry can leave between two: a buffer that turned out too small is replaced.
-std::optional<std::vector<zelfdb_fdb_record>> list_at_once(Listing listing, u32 owner)
+std::optional<std::vector<zelfdb_fdb_record>> list_at_once(Listing listing, u32 owner, u32 expected)
 {
-    u32 capacity = first_capacity;
+    u32 capacity = expected + spare;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const Ropebuf buffer(zelfdb_alloc_ropebuf(capacity, sizeof(zelfdb_fdb_record)));
         if (!buffer) break;
@@ -145,9 +145,10 @@ const char* type_text(u32 type)
     }
 }
 
-std::optional<std::vector<Entry>> read_entries(u32 vid, const std::string& vlan, u32 type)
+std::optional<std::vector<Entry>> read_entries(u32 vid, const std::string& vlan, u32 type, u32 expected)
 {
-    const auto records = list_at_once(type == ZELFDB_FIL_DYNAMIC ? zelfdb_get_all_dfil : zelfdb_get_all_sfil, vid);
+    const auto records =
+        list_at_once(type == ZELFDB_FIL_DYNAMIC ? zelfdb_get_all_dfil : zelfdb_get_all_sfil, vid, expected);
     if (!records) return std::nullopt;
     std::vector<Entry> entries;
     for (const zelfdb_fdb_record& record : *records) {
@@ -187,7 +188,7 @@ std::optional<std::vector<Entry>> read_dynamic_entries()
     if (!vlans) return std::nullopt;
     std::vector<Entry> all;
     for (const VlanView& vlan : *vlans) {
-        auto entries = read_entries(vlan.vid, vlan.name, ZELFDB_FIL_DYNAMIC);
+        auto entries = read_entries(vlan.vid, vlan.name, ZELFDB_FIL_DYNAMIC, vlan.entries);
         if (!entries) return std::nullopt;
         all.insert(all.end(), std::make_move_iterator(entries->begin()), std::make_move_iterator(entries->end()));
     }

@@ -28,8 +28,9 @@ struct Entry {
 std::string text_of(const Mac& mac);
 const char* type_text(u32 type);
 
-// DYNAMIC or STATIC entries of a VLAN; null if they could not be read.
-std::optional<std::vector<Entry>> read_entries(u32 vid, const std::string& vlan, u32 type);
+// DYNAMIC or STATIC entries of a VLAN; null if they could not be read. One that has more than the expected number of entries
+// is gone through twice.
+std::optional<std::vector<Entry>> read_entries(u32 vid, const std::string& vlan, u32 type, u32 expected);
 
 // LOCAL entries of a port. The library leaves its FDB lock with the process that lists these, so that is a child.
 std::optional<std::vector<Entry>> read_local_entries(u32 port_id);

@@ -2,16 +2,18 @@
 
 #include <syslog.h>
 #include <unistd.h>
-#include <csignal>
 
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <nlohmann/json.hpp>
 
+#include "analyser.h"
 #include "database.h"
+#include "interrupt.h"
+#include "json_output.h"
 #include "learner.h"
 #include "ports.h"
+#include "progress.h"
 #include "table.h"
 
 namespace zelfctl {
@@ -20,29 +22,6 @@ namespace {
 using nlohmann::json;
 
 constexpr i64 ns_per_ms = 1000000;
-constexpr u64 frames_between_looks = 256;
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void interrupt(int) { interrupted = 1; }
-
-// Ctrl-C ends the feeding, not the tool: what was done is still told.
-class UntilInterrupted {
-public:
-    UntilInterrupted()
-    {
-        interrupted = 0;
-        struct sigaction action {};
-        action.sa_handler = interrupt;
-        sigaction(SIGINT, &action, &before_);
-    }
-    ~UntilInterrupted() { sigaction(SIGINT, &before_, nullptr); }
-    UntilInterrupted(const UntilInterrupted&) = delete;
-    UntilInterrupted& operator=(const UntilInterrupted&) = delete;
-
-private:
-    struct sigaction before_ {};
-};
 
 // While one of these lives, what the library writes to the system log is on standard error, too.
 class LogToError {
@@ -53,26 +32,12 @@ public:
     LogToError& operator=(const LogToError&) = delete;
 };
 
-class Progress {
-public:
-    Progress() : on_(isatty(STDERR_FILENO) == 1) {}
-    ~Progress()
-    {
-        if (on_) std::fputs("\r\x1b[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    void show(u64 frames, const Learner& learner) const
-    {
-        if (!on_ || frames % frames_between_looks != 0) return;
-        std::fprintf(stderr, "\r%llu frames, %llu stations learned", static_cast<unsigned long long>(frames),
-                     static_cast<unsigned long long>(learner.count(Learned::learned)));
-    }
-
-private:
-    bool on_;
-};
+void show(Progress& progress, u64 frames, const Learner& learner)
+{
+    if (progress.is_due(frames))
+        progress.show(std::to_string(frames) + " frames, " + std::to_string(learner.count(Learned::learned)) +
+                      " stations learned");
+}
 
 struct Totals {
     u64 frames = 0;
@@ -103,14 +68,14 @@ u32 tick_of(const Totals& totals, const CapturedFrame& frame, u32 start_ms)
     return start_ms + static_cast<u32>(since_ns / ns_per_ms);
 }
 
-bool run(Captures& captures, const FeedOptions& options, Learner& learner, Totals& totals)
+bool run(Captures& captures, const FeedOptions& options, Learner& learner, Analyser& analyser, Totals& totals)
 {
     u32 start_ms = 0;
     if (softnp_get_tick(&start_ms) != 0 || !learner.drain()) return false;
     const UntilInterrupted until_interrupted;
     const LogToError log_to_error;
-    const Progress progress;
-    while (interrupted == 0 && (options.limit == 0 || totals.frames < options.limit)) {
+    Progress progress;
+    while (!UntilInterrupted::was_interrupted() && (options.limit == 0 || totals.frames < options.limit)) {
         const auto frame = captures.next();
         if (!frame) break;
         softnp_verdict verdict{};
@@ -119,9 +84,10 @@ bool run(Captures& captures, const FeedOptions& options, Learner& learner, Total
             return false;
         count(totals, *frame, verdict);
         if (!learner.drain()) return false;
-        progress.show(totals.frames, learner);
+        if (analyser.is_open() && !analyser.take(start_ms, totals.first_ns)) return false;
+        show(progress, totals.frames, learner);
     }
-    return softnp_follow_clock() == 0;
+    return options.hold || softnp_follow_clock() == 0;
 }
 
 std::string number(u64 value) { return std::to_string(value); }
@@ -169,7 +135,8 @@ void print_drops(const Totals& totals)
     table.print();
 }
 
-void print(const FeedOptions& options, const Captures& captures, const Totals& totals, const Learner& learner)
+void print(const FeedOptions& options, const Captures& captures, const Totals& totals, const Learner& learner,
+           const Analyser& analyser)
 {
     std::printf("%s, %s, %s s from %s: %s forwarded, %s flooded, %s delivered, %s dropped\n",
                 counted(totals.frames, "frame", "frames").c_str(), counted(totals.bytes, "byte", "bytes").c_str(),
@@ -179,6 +146,9 @@ void print(const FeedOptions& options, const Captures& captures, const Totals& t
     std::printf("stations: %s learned, %s moved, %s ignored, %s refused\n",
                 number(learner.count(Learned::learned)).c_str(), number(learner.count(Learned::moved)).c_str(),
                 number(learner.count(Learned::ignored)).c_str(), number(learner.count(Learned::refused)).c_str());
+    if (!options.analyser.empty())
+        std::printf("analyser: %s in %s\n", counted(analyser.frames(), "frame", "frames").c_str(),
+                    options.analyser.c_str());
     if (totals.lost_events != 0)
         std::printf("%s lost: the queue was full\n",
                     counted(totals.lost_events, "learn event was", "learn events were").c_str());
@@ -189,7 +159,7 @@ void print(const FeedOptions& options, const Captures& captures, const Totals& t
     print_drops(totals);
 }
 
-json json_of(const Captures& captures, const Totals& totals, const Learner& learner)
+json json_of(const Captures& captures, const Totals& totals, const Learner& learner, const Analyser& analyser)
 {
     json files = json::array();
     for (const CaptureReport& report : captures.reports())
@@ -228,6 +198,7 @@ json json_of(const Captures& captures, const Totals& totals, const Learner& lear
             {"ignored", learner.count(Learned::ignored)},
             {"refused", learner.count(Learned::refused)},
             {"lost_events", totals.lost_events},
+            {"analyser_frames", analyser.frames()},
             {"events", events}};
 }
 
@@ -280,17 +251,26 @@ int feed(const FeedOptions& options)
     const Descriptor descriptor(zelfdb_open_descriptor());
     if (!descriptor) return exit_failed;
 
+    Analyser analyser;
+    if (!options.analyser.empty() && !analyser.open(options.analyser, error)) {
+        complain(error + "; nothing was fed");
+        return exit_failed;
+    }
+
     Learner learner(descriptor.get());
     Totals totals;
-    const bool NP_answers = run(captures, options, learner, totals);
+    const bool NP_answers = run(captures, options, learner, analyser, totals);
+    const bool all_written = analyser.close();
     if (options.json)
-        std::printf("%s\n", json_of(captures, totals, learner).dump(2).c_str());
+        print_json(json_of(captures, totals, learner, analyser));
     else
-        print(options, captures, totals, learner);
+        print(options, captures, totals, learner, analyser);
+    if (!all_written) complain(options.analyser + ": could not be written to its end");
     const bool all_read = tell_trouble(captures);
     if (!NP_answers) complain("the network processor cannot be reached");
-    if (interrupted != 0) complain("interrupted");
-    return NP_answers && all_read && interrupted == 0 ? exit_done : exit_failed;
+    const bool interrupted = UntilInterrupted::was_interrupted();
+    if (interrupted) complain("interrupted");
+    return NP_answers && all_read && all_written && !interrupted ? exit_done : exit_failed;
 }
 
 }  // namespace zelfctl

@@ -9,7 +9,9 @@ namespace zelfctl {
 
 struct FeedOptions {
     std::vector<CaptureFile> files;
-    u64 limit = 0;  // frames; 0 = all
+    u64 limit = 0;         // frames; 0 = all
+    std::string analyser;  // file for the copies that mirrors send; empty = none
+    bool hold = false;     // leave the network processor's clock where the last frame set it
     bool events = false;
     bool json = false;
 };

@@ -15,7 +15,7 @@ bool begins_with(const Command& command, const std::vector<std::string>& words)
 {
     if (words.size() > command.parts.size()) return false;
     for (std::size_t i = 0; i < words.size(); ++i)
-        if (command.parts[i].what == Part::What::word && command.parts[i].name != words[i]) return false;
+        if (command.parts[i].what == Part::What::word && !same_word(command.parts[i].name, words[i])) return false;
     return true;
 }
 
@@ -41,6 +41,25 @@ void print_kinds(const std::set<const Kind*>& kinds)
             std::printf("  %-15s %s\n", ("<" + std::string(kind.name) + ">").c_str(), kind.expects);
 }
 
+// "show", "show fdb". False if there is no such verb.
+bool print_verb(const std::vector<std::string>& words)
+{
+    bool sandbox = false;
+    std::function<int()> act;
+    const auto app = make_app(sandbox, act);
+    const CLI::App* verb = app.get();
+    std::string before;
+    for (const std::string& word : words) {
+        const auto parts = verb->get_subcommands(
+            [&](const CLI::App* part) { return !part->get_group().empty() && same_word(part->get_name(), word); });
+        if (parts.empty()) return false;
+        before += (before.empty() ? "" : " ") + verb->get_name();
+        verb = parts.front();
+    }
+    std::fputs(verb->help(before).c_str(), stdout);
+    return true;
+}
+
 void print_verbs()
 {
     bool sandbox = false;
@@ -53,10 +72,13 @@ void print_verbs()
 
 int print_help(const std::vector<std::string>& words)
 {
-    if (words.empty()) print_verbs();
+    bool any = words.empty();
+    if (words.empty())
+        print_verbs();
+    else
+        any = print_verb(words);
     std::set<const Kind*> kinds;
     const char* subject = "";
-    bool any = false;
     for (const Command& command : all_commands()) {
         if (!begins_with(command, words)) continue;
         if (command.row->subject != subject) std::printf("\n%s:\n", command.row->subject);
@@ -67,7 +89,7 @@ int print_help(const std::vector<std::string>& words)
     }
     print_kinds(kinds);
     if (any) return exit_done;
-    complain("no command begins so; 'zelfctl VERB --help' tells about a verb");
+    complain("neither a verb nor a command begins so; see 'zelfctl help'");
     return exit_usage;
 }
 

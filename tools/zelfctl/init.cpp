@@ -41,6 +41,7 @@ bool reset_NP(u32 entries)
 
 int init(const InitOptions& options)
 {
+    if (!has_privilege()) return exit_failed;
     if (options.replace) remove_all();
     if (!reset_NP(options.entries)) return exit_failed;
     const zelfdb_counts counts{options.ports, options.vlans, options.entries};

@@ -46,9 +46,11 @@ u64 adds_sent()
     return sent;
 }
 
+constexpr u32 few = 1024;
+
 bool is_static(u32 vid, const Mac& mac)
 {
-    const auto entries = read_entries(vid, {}, ZELFDB_FIL_STATIC);
+    const auto entries = read_entries(vid, {}, ZELFDB_FIL_STATIC, few);
     return entries &&
            std::any_of(entries->begin(), entries->end(), [&](const Entry& entry) { return entry.mac == mac; });
 }

@@ -12,45 +12,21 @@
 
 #include "database.h"
 #include "verbs.h"
+#include "words.h"
 
 namespace zelfctl {
 namespace {
 
 bool running = false;
 
-// Words of a line, as a shell takes them: blanks separate, quotes of both kinds keep together, # begins a comment.
-// False if a quote is not closed.
-bool split_words(const std::string& line, std::vector<std::string>& words)
-{
-    char quote = 0;
-    bool in_word = false;
-    for (const char c : line) {
-        const bool blank = c == ' ' || c == '\t' || c == '\r';
-        if (quote == 0 && blank) {
-            in_word = false;
-            continue;
-        }
-        if (quote == 0 && !in_word && c == '#') return true;
-        if (!in_word) words.emplace_back();
-        in_word = true;
-        if (quote == 0 && (c == '"' || c == '\'')) {
-            quote = c;
-        } else if (c == quote) {
-            quote = 0;
-        } else {
-            words.back() += c;
-        }
-    }
-    return quote == 0;
-}
-
 bool speaks_for_itself(const std::string& verb) { return verb == "echo"; }
 
 int run_line(const SessionOptions& options, u32 number, const std::string& line)
 {
-    std::vector<std::string> words;
+    const SplitLine read = split_words(line);
+    const std::vector<std::string>& words = read.words;
     int code = exit_done;
-    if (!split_words(line, words)) {
+    if (read.quote_is_open) {
         complain("a quote is not closed");
         code = exit_usage;
     } else if (!words.empty()) {

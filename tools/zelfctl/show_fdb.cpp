@@ -2,11 +2,11 @@
 #include <cstdio>
 #include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <tuple>
 
 #include "database.h"
 #include "entries.h"
+#include "json_output.h"
 #include "ports.h"
 #include "show.h"
 #include "table.h"
@@ -39,7 +39,7 @@ bool append_of_vlans(const FdbFilter& filter, std::vector<Entry>& all)
         if (wanted_vid != 0 && vlan.vid != wanted_vid) continue;
         for (const u32 type : {ZELFDB_FIL_DYNAMIC, ZELFDB_FIL_STATIC}) {
             if (!wants(filter, type_text(type))) continue;
-            auto entries = read_entries(vlan.vid, vlan.name, type);
+            auto entries = read_entries(vlan.vid, vlan.name, type, vlan.entries);
             if (entries) append(all, std::move(*entries));  // otherwise the VLAN has just gone
         }
     }
@@ -105,18 +105,26 @@ void print_table(const std::vector<Entry>& entries, bool with_age)
     std::printf("%s\n", counted(entries.size(), "entry", "entries").c_str());
 }
 
-json json_of(const Entry& entry, bool with_age)
+// Written out by hand: a tree of 100,000 objects would take longer than reading the entries.
+void print_as_json(const Entry& entry, const std::string& vlan, bool with_age)
 {
-    json object{{"mac", text_of(entry.mac)},
-                {"type", type_text(entry.type)},
-                {"vid", entry.type == ZELFDB_FIL_LOCAL ? json(nullptr) : json(entry.vid)},
-                {"vlan", entry.type == ZELFDB_FIL_LOCAL ? json(nullptr) : json(entry.vlan)},
-                {"port", discards(entry) ? json(nullptr) : json(entry.port)},
-                {"flag", entry.flag},
-                {"discard", discards(entry)},
-                {"system", entry.permit == ZELFDB_FIL_SYSTEM}};
-    if (with_age) object["age_s"] = entry.type == ZELFDB_FIL_DYNAMIC ? json(entry.age_s) : json(nullptr);
-    return object;
+    const bool local = entry.type == ZELFDB_FIL_LOCAL;
+    auto print = [separator = "\n"](const char* name, const std::string& value) mutable {
+        std::printf("%s      \"%s\": %s", separator, name, value.c_str());
+        separator = ",\n";
+    };
+    const auto yes_no = [](bool yes) { return yes ? "true" : "false"; };
+    std::printf("    {");
+    if (with_age) print("age_s", entry.type == ZELFDB_FIL_DYNAMIC ? std::to_string(entry.age_s) : "null");
+    print("discard", yes_no(discards(entry)));
+    print("flag", std::to_string(entry.flag));
+    print("mac", '"' + text_of(entry.mac) + '"');
+    print("port", discards(entry) ? "null" : std::to_string(entry.port));
+    print("system", yes_no(entry.permit == ZELFDB_FIL_SYSTEM));
+    print("type", '"' + std::string(type_text(entry.type)) + '"');
+    print("vid", local ? "null" : std::to_string(entry.vid));
+    print("vlan", local ? "null" : vlan);
+    std::printf("\n    }");
 }
 
 std::map<std::string, std::size_t> counts_of(const std::vector<Entry>& entries)
@@ -132,18 +140,26 @@ void print_counts(const std::vector<Entry>& entries, bool as_json)
     if (as_json) {
         json object = counts;
         object["total"] = entries.size();
-        std::printf("%s\n", object.dump(2).c_str());
+        print_json(object);
         return;
     }
     std::printf("%s: %zu dynamic, %zu static, %zu local\n", counted(entries.size(), "entry", "entries").c_str(),
                 counts.at("dynamic"), counts.at("static"), counts.at("local"));
 }
 
-void print_json(const std::vector<Entry>& entries, bool with_age)
+void print_as_json(const std::vector<Entry>& entries, bool with_age)
 {
-    json list = json::array();
-    for (const Entry& entry : entries) list.push_back(json_of(entry, with_age));
-    std::printf("%s\n", json{{"entries", list}}.dump(2).c_str());
+    std::map<std::string, std::string> names;  // as JSON
+    std::printf("{\n  \"entries\": [");
+    const char* separator = "\n";
+    for (const Entry& entry : entries) {
+        auto name = names.find(entry.vlan);
+        if (name == names.end()) name = names.emplace(entry.vlan, text_of_json(entry.vlan)).first;
+        std::printf("%s", separator);
+        print_as_json(entry, name->second, with_age);
+        separator = ",\n";
+    }
+    std::printf("%s]\n}\n", entries.empty() ? "" : "\n  ");
 }
 
 }  // namespace
@@ -151,6 +167,10 @@ void print_json(const std::vector<Entry>& entries, bool with_age)
 int show_fdb(const FdbFilter& filter)
 {
     if (!database_is_ready()) return exit_failed;
+    if (filter.port != 0 && !read_port(filter.port)) {
+        complain("no port " + std::to_string(filter.port));
+        return exit_failed;
+    }
     std::vector<Entry> entries;
     if (!append_of_vlans(filter, entries) || !append_of_ports(filter, entries)) return exit_failed;
     std::erase_if(entries, [&](const Entry& entry) { return !passes(filter, entry); });
@@ -158,7 +178,7 @@ int show_fdb(const FdbFilter& filter)
     if (filter.count)
         print_counts(entries, filter.json);
     else if (filter.json)
-        print_json(entries, !filter.no_age);
+        print_as_json(entries, !filter.no_age);
     else
         print_table(entries, !filter.no_age);
     return exit_done;

@@ -1,7 +1,7 @@
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "database.h"
+#include "json_output.h"
 #include "show.h"
 #include "softnp/softnp.h"
 #include "table.h"
@@ -131,13 +131,13 @@ int show_np(bool as_json)
     }
     const std::vector<Commands> commands = commands_sent();
     if (as_json) {
-        std::printf("%s\n", json_of(device, commands).dump(2).c_str());
+        print_json(json_of(device, commands));
         return exit_done;
     }
-    std::printf("%s commands, %s of them refused; %s of %s MAC entries in use; %s learn events, %s lost\n\n",
-                number(device.commands).c_str(), number(device.commands_refused).c_str(),
-                number(device.mac_entries).c_str(), number(device.mac_capacity).c_str(),
-                number(device.events_raised).c_str(), number(device.events_lost).c_str());
+    print_sentence(number(device.commands) + " commands, " + number(device.commands_refused) + " of them refused; " +
+                   number(device.mac_entries) + " of " + number(device.mac_capacity) + " MAC entries in use; " +
+                   number(device.events_raised) + " learn events, " + number(device.events_lost) + " lost");
+    std::printf("\n");
     print_commands(commands);
     std::printf("\n");
     print_ports();

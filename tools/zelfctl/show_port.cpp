@@ -1,9 +1,9 @@
 #include <array>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "database.h"
 #include "display.h"
+#include "json_output.h"
 #include "ports.h"
 #include "show.h"
 #include "table.h"
@@ -182,7 +182,7 @@ int show_ports(bool as_json)
     if (as_json) {
         json list = json::array();
         for (const PortView& port : *ports) list.push_back(json_of(port));
-        std::printf("%s\n", json{{"ports", list}}.dump(2).c_str());
+        print_json({{"ports", list}});
         return exit_done;
     }
     Table table({{"PORT", true},
@@ -218,7 +218,7 @@ int show_port(u32 port_id, bool as_json)
         return exit_failed;
     }
     if (as_json)
-        std::printf("%s\n", json_of_details(*port, *more).dump(2).c_str());
+        print_json(json_of_details(*port, *more));
     else
         print_details(*port, *more);
     return exit_done;

@@ -1,7 +1,7 @@
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "database.h"
+#include "json_output.h"
 #include "show.h"
 #include "table.h"
 
@@ -20,8 +20,6 @@ std::string hex4(u32 value)
     std::snprintf(text, sizeof text, "%04x", value);
     return text;
 }
-
-void print_json(const json& object) { std::printf("%s\n", object.dump(2).c_str()); }
 
 int failed()
 {

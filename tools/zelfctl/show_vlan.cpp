@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "database.h"
 #include "display.h"
+#include "json_output.h"
 #include "show.h"
 #include "table.h"
 #include "vlans.h"
@@ -91,7 +91,7 @@ int show_vlans(bool as_json)
     if (as_json) {
         json list = json::array();
         for (const VlanView& vlan : *vlans) list.push_back(json_of(vlan));
-        std::printf("%s\n", json{{"vlans", list}}.dump(2).c_str());
+        print_json({{"vlans", list}});
         return exit_done;
     }
     Table table({{"VID", true}, {"NAME"}, {"MEMBERS"}, {"ENTRIES", true}, {"LEARNING"}, {"IGNOREFDB"}, {"LOOPS"}});
@@ -121,7 +121,7 @@ int show_vlan(const std::string& name_or_vid, bool as_json)
     if (as_json) {
         json object = json_of(*vlan);
         object["learn_limit"] = *limit;
-        std::printf("%s\n", object.dump(2).c_str());
+        print_json(object);
     } else {
         print_details(*vlan, *limit);
     }

@@ -1,4 +1,4 @@
-// Tables for people: columns as wide as their widest cell.
+// Tables for people: columns as wide as their widest cell, but no line wider than the terminal.
 #pragma once
 
 #include <cstdio>
@@ -12,15 +12,26 @@ struct Column {
     bool is_number = false;  // numbers stand on the right
 };
 
+// How wide what tables are printed for is. 0 = as wide as the terminal that they are printed on, if it is one; in a pipe
+// every line stays whole.
+inline std::size_t table_width = 0;
+
+// A table that is too wide has its columns closer together, then its cells wrapped at blanks and behind commas, and then
+// its columns in several tables, each of which begins with the first column.
 class Table {
 public:
     explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
-    void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+    void add(std::vector<std::string> cells);
     [[nodiscard]] bool empty() const { return rows_.empty(); }
     void print(std::FILE* out = stdout) const;
 
 private:
+    struct Widths;
+    [[nodiscard]] Widths widths() const;
+    void print_part(const std::vector<std::size_t>& part, const Widths& widths, std::size_t limit,
+                    std::FILE* out) const;
+
     std::vector<Column> columns_;
     std::vector<std::vector<std::string>> rows_;
 };
@@ -28,7 +39,7 @@ private:
 // "name  value" lines, values in one column.
 class Sheet {
 public:
-    void add(std::string name, std::string value) { rows_.push_back({std::move(name), std::move(value)}); }
+    void add(std::string name, const std::string& value);
     void print(std::FILE* out = stdout) const;
 
 private:
@@ -38,5 +49,8 @@ private:
     };
     std::vector<Line> rows_;
 };
+
+// A sentence as a line, or as several where the terminal is narrower.
+void print_sentence(const std::string& text, std::FILE* out = stdout);
 
 }  // namespace zelfctl

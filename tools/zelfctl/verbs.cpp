@@ -2,20 +2,29 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 
 #include "age.h"
 #include "apply.h"
 #include "database.h"
 #include "display.h"
+#include "export.h"
 #include "feed.h"
 #include "help.h"
 #include "init.h"
 #include "language/reader.h"
 #include "language/value.h"
+#include "line_completion.h"
 #include "ports.h"
+#include "reload.h"
+#include "repair.h"
+#include "resync.h"
+#include "save.h"
 #include "session.h"
+#include "shell.h"
 #include "show.h"
+#include "watch.h"
 
 namespace zelfctl {
 namespace {
@@ -91,8 +100,46 @@ void add_apply(CLI::App& app, Act& act)
     const auto verb = add_verb<ApplyOptions>(app, "apply", "Run the commands in files, one on each line");
     verb.app->add_option("file", verb.options->files, "Files; - is standard input")->required()->type_name("FILE...");
     verb.app->add_flag("--keep-going", verb.options->keep_going, "Go on after a line that fails");
-    verb.app->add_flag("--check", verb.options->check, "Read all lines, report what is wrong, run nothing");
+    verb.app->add_flag("--check", verb.options->check,
+                       "Read all lines, then try them on a copy of the database: print the commands that would run, "
+                       "report those that would fail, change nothing");
     verb.acts(act, apply);
+}
+
+void add_configuration(CLI::App& app, Act& act)
+{
+    const auto saving =
+        add_verb<SaveOptions>(app, "save", "Write the configuration as commands; what the file held is kept as FILE~");
+    saving.app->add_option("file", saving.options->file, "The file; - is standard output")
+        ->required()
+        ->type_name("FILE");
+    saving.app->add_flag("--force", saving.options->force,
+                         "Save also what could not be loaded again, after naming the lines");
+    saving.acts(act, save);
+
+    const auto loading = add_verb<LoadOptions>(app, "load", "Run the commands of a file on an empty database");
+    loading.app->add_option("file", loading.options->file, "The file")->required()->type_name("FILE");
+    loading.app->add_flag("--check", loading.options->check,
+                          "Read all lines, then try them on a copy of the database: print the commands that would "
+                          "run, report those that would fail, change nothing");
+    loading.acts(act, load);
+
+    const auto comparing = add_verb<DiffOptions>(
+        app, "diff",
+        "Show the commands that lead from the database to a file (+) and back (-); ends with 1 if they differ");
+    comparing.app->add_option("file", comparing.options->file, "The file")->required()->type_name("FILE");
+    comparing.app->add_flag("--json", comparing.options->json, "Print JSON");
+    comparing.acts(act, diff);
+
+    const auto reloading =
+        add_verb<ReloadOptions>(app, "reload", "Run the commands that lead from the database to a file, and no others");
+    reloading.app->add_option("file", reloading.options->file, "The file")->required()->type_name("FILE");
+    reloading.app->add_flag("--check", reloading.options->check,
+                            "Print the commands, try them on a copy of the database, change nothing");
+    reloading.app->add_flag("--all", reloading.options->all,
+                            "Then run also those lines of the file that a running configuration does not tell, such "
+                            "as learning limits");
+    reloading.acts(act, reload);
 }
 
 void add_run(CLI::App& app, Act& act)
@@ -125,6 +172,12 @@ void add_feed(CLI::App& app, Act& act)
         ->expected(1, 1000)
         ->type_name("N FILE...");
     verb.app->add_option("--limit", verb.options->limit, "Stop after that many frames; 0 = feed all")->type_name("N");
+    verb.app
+        ->add_option("--analyser", verb.options->analyser, "Write the copies that mirrors send into this file, as pcap")
+        ->type_name("FILE");
+    verb.app->add_flag(
+        "--hold", verb.options->hold,
+        "Let the network processor's time stand still afterwards, so that what waits in queues stays there");
     verb.app->add_flag("--events", verb.options->events,
                        "List what became of each station, and why frames were dropped");
     verb.app->add_flag("--json", verb.options->json, "Print JSON");
@@ -141,6 +194,35 @@ void add_age(CLI::App& app, Act& act)
     verb.acts(act, [](const AgeOptions& options) { return age(options.json); });
 }
 
+void add_resync(CLI::App& app, Act& act)
+{
+    const auto sending = add_verb<ResyncOptions>(
+        app, "resync",
+        "Send everything that the database holds to a network processor that restarted; ends with 1 if it refuses any");
+    sending.app->add_flag("--json", sending.options->json, "Print JSON");
+    sending.acts(act, resync);
+
+    const auto auditing = add_verb<AuditOptions>(app, "audit",
+                                                 "Compare the network processor with the database: what is missing, "
+                                                 "extra or different; ends with 1 if anything is");
+    auditing.app->add_flag("--fix", auditing.options->fix, "Send what makes it agree, and nothing else");
+    auditing.app->add_flag("--json", auditing.options->json, "Print JSON");
+    auditing.acts(act, audit);
+}
+
+// "02:00:5" begins a MAC address; bytes may be separated by hyphens, too.
+std::string read_mac_prefix(std::string& text)
+{
+    constexpr std::size_t longest = 17;
+    std::string prefix = CLI::detail::find_and_replace(CLI::detail::to_lower(text), "-", ":");
+    bool is_right = !prefix.empty() && prefix.size() <= longest;
+    for (std::size_t i = 0; i < prefix.size(); ++i)
+        is_right = is_right && (i % 3 == 2 ? prefix[i] == ':' : std::isxdigit(static_cast<u8>(prefix[i])) != 0);
+    if (!is_right) return "'" + text + "' does not begin a MAC address, as 02:00:5e does";
+    text = std::move(prefix);
+    return {};
+}
+
 void add_show_fdb(CLI::App& show, Act& act)
 {
     const auto verb = add_verb<FdbFilter>(show, "fdb", "Entries of the forwarding database");
@@ -152,14 +234,16 @@ void add_show_fdb(CLI::App& show, Act& act)
         ->check(CLI::IsMember({"dynamic", "static", "local"}).description(""))
         ->type_name("dynamic|static|local");
     verb.app->add_option("--mac", verb.options->mac, "Only addresses that begin so")
-        ->transform([](const std::string& text) {
-            return CLI::detail::find_and_replace(CLI::detail::to_lower(text), "-", ":");
-        })
+        ->transform(CLI::Validator(read_mac_prefix, ""))
         ->type_name("PREFIX");
     verb.app->add_flag("--count", verb.options->count, "How many, not which");
     verb.app->add_flag("--no-age", verb.options->no_age, "Leave out the seconds since a station was last heard");
     verb.app->add_flag("--json", verb.options->json, "Print JSON");
-    verb.acts(act, show_fdb);
+    verb.app->callback([&act, options = verb.options] {
+        if (!options->vlan.empty() && options->type == "local")
+            throw CLI::ValidationError("--vlan", "local entries belong to ports: choose them with --port");
+        act = [options] { return show_fdb(*options); };
+    });
 }
 
 void add_show_simple(CLI::App& show, Act& act, const std::string& name, const std::string& help, int (*work)(bool json))
@@ -212,6 +296,44 @@ int show_port_or_ports(const ObjectOptions& options)
     return port == 0 ? exit_usage : show_port(port, options.json);
 }
 
+int show_clslist_or_clslists(const ObjectOptions& options)
+{
+    if (options.name.empty()) return show_clslists(options.json);
+    const Kind& kind = *find_kind("clslist");
+    Value value;
+    if (kind.read(kind, options.name, value)) return show_clslist(value.number, options.json);
+    complain("'" + options.name + "' is not " + kind.expects);
+    return exit_usage;
+}
+
+void add_show_streams(CLI::App& show, Act& act)
+{
+    const auto verb = add_verb<StreamFilter>(show, "streams", "Streams, with the network processor's figures");
+    verb.app->add_option("--port", verb.options->port, "Only of this port")
+        ->check(within(1, highest_port))
+        ->type_name("N");
+    verb.app->add_flag("--json", verb.options->json, "Print JSON");
+    verb.acts(act, show_streams);
+
+    const auto one = add_verb<ObjectOptions>(show, "stream", "One stream, in detail");
+    one.app->add_option("which", one.options->name, "The stream")->required()->type_name("PORT/NUMBER");
+    one.app->add_flag("--json", one.options->json, "Print JSON");
+    one.acts(act, [](const ObjectOptions& options) { return show_stream(options.name, options.json); });
+}
+
+void add_show_running(CLI::App& show, Act& act)
+{
+    const auto verb = add_verb<RunningOptions>(show, "running", "The commands that make the configuration");
+    const std::vector<std::string> kinds = kinds_of_running();
+    verb.app->add_option("kind", verb.options->kind, "Only those for objects of this kind")
+        ->check(CLI::IsMember(kinds).description(""))
+        ->type_name(CLI::detail::join(kinds, "|"));
+    verb.app->add_option("--prefix", verb.options->prefix, "Print this before each command")->type_name("TEXT");
+    verb.app->add_option("--suffix", verb.options->suffix, "Print this behind each command instead of the line's end")
+        ->type_name("TEXT");
+    verb.acts(act, show_running);
+}
+
 int show_vlan_or_vlans(const ObjectOptions& options)
 {
     return options.name.empty() ? show_vlans(options.json) : show_vlan(options.name, options.json);
@@ -224,10 +346,16 @@ void add_show(CLI::App& app, Act& act)
     add_show_object(show, act, "port", "Ports, or one port", "N", show_port_or_ports);
     add_show_object(show, act, "vlan", "VLANs, or one VLAN", "NAME|VID", show_vlan_or_vlans);
     add_show_simple(show, act, "protgroup", "Protocol groups", show_protgroups);
+    add_show_streams(show, act);
+    add_show_simple(show, act, "queues", "Queues, with the network processor's figures", show_queues);
+    add_show_simple(show, act, "budget", "The buffer budget of the queues", show_budget);
+    add_show_object(show, act, "clslist", "Classify lists, or one with its lines", "N", show_clslist_or_clslists);
+    add_show_simple(show, act, "mirrors", "Mirrors", show_mirrors);
     add_show_simple(show, act, "ether", "Physical ports and their shaping", show_phports);
     add_show_simple(show, act, "summary", "How many VLANs there are and can be", show_summary);
     add_show_simple(show, act, "history", "How many ports, VLANs and memberships came and went", show_history);
     add_show_simple(show, act, "np", "Commands that reached the network processor, and its counters by port", show_np);
+    add_show_running(show, act);
 }
 
 void add_display(CLI::App& app, Act& act)
@@ -244,6 +372,15 @@ void add_display(CLI::App& app, Act& act)
     vlan.acts(act, [](const ObjectOptions& options) { return display_vlan(options.name); });
 }
 
+void add_export(CLI::App& app, Act& act)
+{
+    CLI::App& verb = add_verb_of_parts(app, act, "export", "Write part of the configuration into a file");
+    const auto lists = add_verb<ObjectOptions>(
+        verb, "clslist", "Classify lists as an XML document in a file of its own under /tmp, named by the answer");
+    lists.app->add_option("number", lists.options->name, "One list; without it all of them")->type_name("N");
+    lists.acts(act, [](const ObjectOptions& options) { return export_clslist(options.name); });
+}
+
 void add_session(CLI::App& app, Act& act)
 {
     const auto verb =
@@ -252,6 +389,42 @@ void add_session(CLI::App& app, Act& act)
     verb.app->add_flag("--keep-going", verb.options->keep_going, "Go on after a line that fails");
     verb.app->add_flag("--quiet", verb.options->quiet, "Do not print the lines");
     verb.acts(act, session);
+}
+
+void add_shell(CLI::App& app, Act& act)
+{
+    const auto verb = add_verb<ShellOptions>(
+        app, "shell",
+        "Take verb lines and commands from a person: with editing, history and completion at a terminal, and the same "
+        "lines from a pipe");
+    verb.app->add_option("--history", verb.options->history, "Keep the lines here; an empty name keeps none")
+        ->type_name("FILE")
+        ->capture_default_str();
+    verb.acts(act, shell);
+}
+
+void add_watch(CLI::App& app, Act& act)
+{
+    const auto verb = add_verb<WatchOptions>(
+        app, "watch", "Repeat a show, 'watch fdb --no-age' for one, and mark the lines that were not there before");
+    verb.app->add_option("--interval", verb.options->interval_s, "Wait so long between two, 0.1 to 3600")
+        ->check(CLI::Range(0.1, 3600.0).description(""))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    verb.app->add_option("--count", verb.options->count, "End after so many; 0 = when interrupted")->type_name("N");
+    verb.app->prefix_command();
+    verb.app->callback([&act, options = verb.options, watching = verb.app] {
+        options->words = watching->remaining();
+        act = [options] { return watch(*options); };
+    });
+}
+
+void add_completion(CLI::App& app, Act& act)
+{
+    CLI::App& verb =
+        add_verb_of_parts(app, act, "completion", "Print what a shell sources to complete words of zelfctl");
+    const auto bash = add_verb<NoOptions>(verb, "bash", "For bash");
+    bash.acts(act, [](const NoOptions&) { return print_bash_completion(); });
 }
 
 void add_small_verbs(CLI::App& app, Act& act)
@@ -275,14 +448,18 @@ void add_small_verbs(CLI::App& app, Act& act)
     exec.app->callback(
         [&act, program = exec.app] { act = [words = program->remaining()] { return run_program(words); }; });
 
-    const auto help =
-        add_verb<Words>(app, "help", "List verbs and commands, or the commands that begin with some words");
+    const auto help = add_verb<Words>(
+        app, "help", "List verbs and commands, or tell about one verb or the commands that begin with some words");
     help.app->add_option("word", help.options->words, "The words")->type_name("WORD...");
     help.acts(act, [](const Words& options) { return print_help(options.words); });
 
-    const auto manual = add_verb<NoOptions>(app, "manual", "Print the manual page's source");
+    const auto manual = add_verb<ObjectOptions>(app, "manual", "Print a manual page's source");
+    manual.app->add_option("page", manual.options->name, "zelfctl or commands")
+        ->check(CLI::IsMember({"zelfctl", "commands"}));
     manual.app->group("");
-    manual.acts(act, [](const NoOptions&) { return print_manual(); });
+    manual.acts(act, [](const ObjectOptions& options) {
+        return options.name == "commands" ? print_manual_of_commands() : print_manual();
+    });
 }
 
 bool is_verb(const CLI::App& app, const std::string& word)
@@ -310,6 +487,33 @@ bool read_without_verb(const CLI::App& app, const std::vector<std::string>& word
 
 }  // namespace
 
+void add_check(CLI::App& app, Act& act)
+{
+    const auto verb = add_verb<CheckOptions>(
+        app, "check",
+        "Check all of the database, under its locks: the exit status is 0 when it is clean, 3 when there are only "
+        "notices "
+        "of states that operations can leave behind, 4 when there are errors; with --repair and --restore it is 0 when "
+        "that was done or not needed, 1 when not");
+    CheckOptions& options = *verb.options;
+    auto* const json = verb.app->add_flag("--json", options.json, "Print JSON");
+    auto* const repair = verb.app->add_flag(
+        "--repair", options.repair,
+        "Make lists, indexes and counters anew from the objects that are whole, and finish or drop the others");
+    verb.app->add_flag("--yes", options.yes, "Drop objects without asking")->needs(repair);
+    verb.app
+        ->add_option("--backup", options.backup,
+                     "Where the database as it was goes first, a new file; zelfdb-backup-TIME.bin if not given")
+        ->needs(repair)
+        ->type_name("FILE");
+    verb.app->add_option("--restore", options.restore, "Put such a file back")
+        ->excludes(repair)
+        ->excludes(json)
+        ->type_name("FILE");
+    repair->excludes(json);
+    verb.acts(act, check_or_repair);
+}
+
 std::unique_ptr<CLI::App> make_app(bool& sandbox, Act& act)
 {
     auto app = std::make_unique<CLI::App>(
@@ -322,12 +526,19 @@ std::unique_ptr<CLI::App> make_app(bool& sandbox, Act& act)
     app->add_flag("--sandbox", sandbox, "Work in an IPC namespace of one's own: touch nothing, leave nothing behind");
     add_init(*app, act);
     add_apply(*app, act);
+    add_configuration(*app, act);
     add_run(*app, act);
     add_feed(*app, act);
     add_age(*app, act);
+    add_resync(*app, act);
     add_show(*app, act);
     add_display(*app, act);
+    add_export(*app, act);
+    add_check(*app, act);
     add_session(*app, act);
+    add_shell(*app, act);
+    add_watch(*app, act);
+    add_completion(*app, act);
     add_small_verbs(*app, act);
     app->footer("A command such as 'create vlan sales vid 10' may stand in a verb's place: see 'zelfctl help'.");
     return app;
@@ -336,6 +547,13 @@ std::unique_ptr<CLI::App> make_app(bool& sandbox, Act& act)
 Request read_request(const std::vector<std::string>& words)
 {
     Request request;
+    // The words behind it are not for this line, whatever they look like.
+    if (!words.empty() && words.front() == "complete") {
+        request.act = [unfinished = std::vector(words.begin() + 1, words.end())] {
+            return print_candidates(unfinished);
+        };
+        return request;
+    }
     const auto app = make_app(request.sandbox, request.act);
     if (read_without_verb(*app, words, request)) return request;
     try {
