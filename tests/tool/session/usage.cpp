@@ -19,7 +19,10 @@ TEST(Usage, WrongCommandLinesEndWithTwoAndSayWhy)
         {{}, "nothing to do; see 'zelfctl help'"},
         {{"frob"}, "'frob' is neither a verb nor a command; see 'zelfctl help'"},
         {{"--frob"}, "The following argument was not expected: --frob"},
-        {{"show"}, "show: name one of fdb, port, vlan, protgroup, ether, summary, history, np"},
+        {{"show"},
+         "show: name one of fdb, port, vlan, protgroup, streams, stream, queues, budget, clslist, mirrors, ether, "
+         "summary, history, np, running"},
+        {{"show", "running", "frob"}, "frob not in {ether,port,stream,protgroup,vlan,clslist,sfdb,lfdb,mirror}"},
         {{"show", "frob"}, "frob"},
         {{"show", "port", "200"}, "'200' is not a port number, 1 to 199"},
         {{"show", "fdb", "--type", "frob"}, "frob not in {dynamic,static,local}"},
@@ -35,7 +38,18 @@ TEST(Usage, WrongCommandLinesEndWithTwoAndSayWhy)
         {{"feed", "--port", "x", "a.pcap"}, "'x' is not a port number, 1 to 199"},
         {{"sleep", "3601"}, "Value 3601 not in range 0 to 3600"},
         {{"session"}, "file is required"},
-        {{"help", "frob"}, "no command begins so"},
+        {{"help", "frob"}, "neither a verb nor a command begins so; see 'zelfctl help'"},
+        {{"help", "show", "frob"}, "neither a verb nor a command begins so"},
+        {{"help", "canonical"}, "neither a verb nor a command begins so"},
+        {{"show", "fdb", "--mac", "zz"}, "--mac: 'zz' does not begin a MAC address, as 02:00:5e does"},
+        {{"show", "fdb", "--mac", "0011"}, "--mac: '0011' does not begin a MAC address"},
+        {{"show", "fdb", "--mac", ""}, "--mac: '' does not begin a MAC address"},
+        {{"show", "fdb", "--mac", "02::"}, "--mac: '02::' does not begin a MAC address"},
+        {{"show", "fdb", "--mac", "02:00:00:00:00:00:0"}, "does not begin a MAC address"},
+        {{"show", "fdb", "--vlan", "x", "--type", "local"}, "--vlan: local entries belong to ports"},
+        {{"completion"}, "completion: name one of bash"},
+        {{"watch"}, "watch: what is to be shown?"},
+        {{"watch", "--interval", "x", "fdb"}, "--interval"},
         {{"exec"}, "exec: no program was named"},
     };
     for (const auto& row : rows) {
@@ -60,9 +74,22 @@ TEST(Usage, HelpListsVerbsCommandsAndValues)
         "  <vlan>          a VLAN name of 1 to 30 characters\n"
         "  <vid>           a VID, 1 to 4094\n",
         some);
+    EXPECT_EQ(some, good({"help", "CREATE", "Vlan"}));
     EXPECT_THAT(good({"feed", "--help"}), HasSubstr("--port N FILE..."));
     EXPECT_THAT(good({"--help"}), HasSubstr("--sandbox"));
     EXPECT_THAT(good({"--version"}), testing::MatchesRegex("zelfctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(Usage, HelpTellsAboutVerbsAsTheirOwnHelpDoes)
+{
+    for (const std::vector<std::string>& verb :
+         {std::vector<std::string>{"save"}, {"show"}, {"show", "fdb"}, {"watch"}, {"completion", "bash"}}) {
+        std::vector<std::string> asked{"help"};
+        asked.insert(asked.end(), verb.begin(), verb.end());
+        std::vector<std::string> itself = verb;
+        itself.emplace_back("--help");
+        EXPECT_EQ(good(itself), good(asked)) << testing::PrintToString(verb);
+    }
 }
 
 TEST(Init, ADatabaseThatIsTooSmallIsReplacedWhenAsked)
@@ -77,11 +104,6 @@ TEST(Init, ADatabaseThatIsTooSmallIsReplacedWhenAsked)
     EXPECT_THAT(good({"show", "vlan"}), HasSubstr("0 VLANs\n"));
     EXPECT_EQ(100000, good_json({"show", "np", "--json"})["mac_capacity"]);
     good({"init", "--entries", "10"});  // a smaller one fits where a larger one was
-}
-
-TEST(Usage, TheManualPageIsTheOneThatTheToolPrints)
-{
-    EXPECT_TRUE(content_of(MANUAL) == good({"manual"})) << "make it anew: zelfctl manual > docs/zelfctl.1";
 }
 
 TEST(Session, RunsVerbsAndCommandsAndShowsThem)
