@@ -3,6 +3,9 @@
 #include "line_bytes.h"
 #include "seed.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <optional>
 
 using namespace softnp_test;
@@ -235,6 +238,34 @@ Facts random_facts(Random& random)
     return facts;
 }
 
+// Memory whose next byte may not be touched: what is read behind a frame that ends there ends the test.
+class EdgeOfMemory {
+public:
+    EdgeOfMemory()
+        : page_size_(static_cast<size_t>(sysconf(_SC_PAGESIZE))),
+          pages_(static_cast<u8*>(
+              mmap(nullptr, 2 * page_size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
+    {
+        EXPECT_NE(MAP_FAILED, pages_);
+        EXPECT_EQ(0, mprotect(pages_ + page_size_, page_size_, PROT_NONE));
+    }
+    ~EdgeOfMemory() { munmap(pages_, 2 * page_size_); }
+    EdgeOfMemory(const EdgeOfMemory&) = delete;
+    EdgeOfMemory& operator=(const EdgeOfMemory&) = delete;
+
+    // The first bytes of a frame, up to the edge.
+    const u8* put(const Bytes& frame, size_t length) const
+    {
+        u8* at = pages_ + page_size_ - length;
+        std::copy_n(frame.begin(), length, at);
+        return at;
+    }
+
+private:
+    size_t page_size_;
+    u8* pages_;
+};
+
 class Matching : public NpDevice {
 protected:
     void SetUp() override
@@ -405,6 +436,29 @@ TEST_F(Matching, HeadersThatAreCutOffOrWrongAreNotThere)
         Bytes frame = whole;
         frame[14] = version_and_length;
         EXPECT_EQ(3u, receive(2, frame).line_no) << int{version_and_length};
+    }
+}
+
+// Cut off anywhere, with what was cut off behind it or with nothing there at all.
+TEST_F(Matching, NothingBehindAFrameIsRead)
+{
+    add(LineBytes().ask(DST_PORT, {0, 0, 0, 0}));
+    add(LineBytes().ask(PROTO, {0, 0, 0, 0}));
+    for (u32 index = 4; index-- > 0;) add(LineBytes().ask_ext(index, 0, 0));
+    const EdgeOfMemory edge;
+    const u8 payload_byte = 0x45;  // which would be the start of a header
+    for (const std::optional<u32> tag : {std::optional<u32>(), std::optional<u32>(10)}) {
+        for (const u32 proto : {1u, 6u, 17u, 132u}) {
+            const Bytes whole = bytes_of(
+                Facts{.tag = tag, .proto = proto, .options = 2, .tcp_options = 3, .payload = Bytes(20, payload_byte)});
+            for (size_t length = tag ? 18 : 14; length <= whole.size(); length++) {
+                softnp_verdict at_edge{};
+                softnp_verdict inside{};
+                ASSERT_EQ(0, softnp_receive(2, edge.put(whole, length), static_cast<u32>(length), 1000, &at_edge));
+                ASSERT_EQ(0, softnp_receive(2, whole.data(), static_cast<u32>(length), 1000, &inside));
+                ASSERT_EQ(at_edge.line_no, inside.line_no) << proto << ", " << length << " bytes";
+            }
+        }
     }
 }
 
