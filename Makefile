@@ -1,5 +1,5 @@
 # make run and make test are all that a newcomer needs; each installs what is missing, as root on Debian 12.
-.PHONY: run test test-sanitize test-release test-powerpc crash-test soak check-format check-tidy tidy bench bench-check \
+.PHONY: run test test-sanitize test-release test-powerpc test-again crash-test soak check-format check-tidy tidy bench bench-check \
     fuzz coverage install clean deps-run deps-test deps-bench deps-fuzz deps-coverage
 
 # Sanitizers fail a test rather than go on. What the library keeps on purpose when the NP refuses is no leak of ours.
@@ -31,6 +31,13 @@ test-powerpc: deps-test
 	cmake --preset powerpc
 	cmake --build build/powerpc
 	tools/dev/run-tests.sh build/powerpc $(jobs)
+
+# The same tests over and over with other random numbers each time, until one fails: then its ZELFDB_SEED repeats it.
+TIMES = 10
+test-again: deps-test
+	cmake --preset release
+	cmake --build build/release
+	ZELFDB_SEED=new tools/dev/run-tests.sh build/release $(jobs) --repeat until-fail:$(TIMES)
 
 # Every moment of every changing operation at which a process may die, not only the sample that make test takes.
 crash-test: deps-test

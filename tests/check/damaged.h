@@ -3,7 +3,7 @@
 
 #include "check/checking.h"
 #include "check/stores.h"
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfdb {
 

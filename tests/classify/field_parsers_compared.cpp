@@ -5,7 +5,7 @@
 
 #include "classify/parsers_test.h"
 #include "classify/reference_parsers.h"
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

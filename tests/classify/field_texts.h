@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfdb {
 

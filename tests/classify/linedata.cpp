@@ -5,7 +5,7 @@
 #include "classify/edge_of_memory.h"
 #include "classify/expected_blocks.h"
 #include "classify/field_texts.h"
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

@@ -2,8 +2,8 @@
 #include <map>
 
 #include "classify/classify_test.h"
-#include "core/seed.h"
 #include "support/invariants.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

@@ -6,7 +6,7 @@
 #include <map>
 
 #include "classify/classify_test.h"
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

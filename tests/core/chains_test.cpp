@@ -3,8 +3,8 @@
 #include <map>
 
 #include "core/furnished.h"
-#include "core/seed.h"
 #include "core/segments.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

@@ -1,7 +1,7 @@
 // Index arrays: index_, unindex_ and lookup_ of every kind that has one.
 #include "core/furnished.h"
-#include "core/seed.h"
 #include "core/segments.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "core/furnished.h"
-#include "core/seed.h"
 #include "core/segments.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

@@ -5,8 +5,8 @@
 #include <map>
 #include <utility>
 
-#include "core/seed.h"
 #include "qos_test.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

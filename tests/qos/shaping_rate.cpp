@@ -1,8 +1,8 @@
 // The shaping-rate update: worked examples, oddities, batches, and random rates against arithmetic done bit by bit.
 #include <array>
 
-#include "core/seed.h"
 #include "qos_test.h"
+#include "support/random.h"
 
 namespace zelfdb {
 namespace {

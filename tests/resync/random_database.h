@@ -5,7 +5,7 @@
 
 #include <map>
 
-#include "core/seed.h"
+#include "support/random.h"
 #include "zelfdb/zelfdb.h"
 
 namespace zelfdb {

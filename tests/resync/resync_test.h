@@ -6,13 +6,13 @@
 
 #include <cstring>
 
-#include "core/seed.h"
 #include "resync/np_fields.h"
 #include "resync/random_database.h"
 #include "resync/resync.h"
 #include "resync/softnp_state.h"
 #include "softnp/softnp.h"
 #include "support/namespace.h"
+#include "support/random.h"
 #include "support/segments.h"
 
 namespace zelfdb {

@@ -1,10 +1,11 @@
 // The commands of classify, prefilter and loc lists: numbering, limits, and the bindings to memberships.
 #include "line_bytes.h"
-#include "seed.h"
+#include "support/random.h"
 
 #include <algorithm>
 
 using namespace softnp_test;
+using zelfdb::Random;
 
 namespace {
 

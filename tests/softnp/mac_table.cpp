@@ -1,11 +1,12 @@
 // The commands of the MAC table: what they store, when they are refused, and the table against a standard container.
-#include "seed.h"
+#include "np_device.h"
+#include "support/random.h"
 
 #include <cstring>
 #include <map>
-#include <random>
 
 using namespace softnp_test;
+using zelfdb::Random;
 
 namespace {
 
@@ -248,15 +249,15 @@ TEST_F(MacTable, HoldsAllItIsMadeFor)
 // Few addresses and a small table, so that adds meet entries, removals gaps, and the table its end.
 TEST_F(SmallTable, AgreesWithAMapOverRandomSequences)
 {
-    std::mt19937 random(chosen_seed());
+    Random random;
     std::map<std::pair<u16, Mac>, u32> model;
     ASSERT_EQ(0, create_vlan(20));
     for (u32 step = 0; step < 20000; step++) {
-        const u16 FID = random() % 2 != 0 ? 10 : 20;
-        const Mac mac = mac_of(static_cast<u32>(random() % 90));
+        const u16 FID = random.once_in(2) ? 10 : 20;
+        const Mac mac = mac_of(random.below(90));
         const std::pair<u16, Mac> key{FID, mac};
         const bool known = model.count(key) != 0;
-        if (random() % 100 < 55) {
+        if (random.below(100) < 55) {
             const int expected = !known && model.size() == 100 ? SOFTNP_ERR_TABLE_FULL : 0;
             ASSERT_EQ(expected, add_mac(FID, mac, 1, step));
             if (expected == 0) model[key] = step;

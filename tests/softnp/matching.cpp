@@ -1,7 +1,7 @@
 // Which line a frame matches, against a matcher that knows the frame's facts and never sees its bytes; and what the
 // line, or a prefilter, makes of the frame.
 #include "line_bytes.h"
-#include "seed.h"
+#include "support/random.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -9,6 +9,7 @@
 #include <optional>
 
 using namespace softnp_test;
+using zelfdb::Random;
 
 namespace {
 

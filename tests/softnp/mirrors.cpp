@@ -1,11 +1,12 @@
 // Mirrors: the life of one, which frames each kind of source copies, and the copies' bytes, tag, queue and counters.
 #include "qos_device.h"
-#include "seed.h"
+#include "support/random.h"
 
 #include <algorithm>
 #include <memory>
 
 using namespace softnp_test;
+using zelfdb::Random;
 
 namespace {
 

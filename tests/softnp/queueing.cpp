@@ -1,11 +1,12 @@
 // Queues at work: which one a frame goes to, shaping, scheduling, RED, limits, and that no frame is ever lost count of.
 #include "qos_device.h"
-#include "seed.h"
+#include "support/random.h"
 
 #include <cmath>
 #include <random>
 
 using namespace softnp_test;
+using zelfdb::Random;
 
 namespace {
 

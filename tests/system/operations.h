@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "core/seed.h"
+#include "support/random.h"
 #include "zelfdb/zelfdb.h"
 
 namespace zelfdb {

@@ -8,10 +8,10 @@
 #include "core/critical.h"
 #include "core/descriptor.h"
 #include "core/ipc.h"
-#include "core/seed.h"
 #include "softnp/softnp.h"
 #include "support/invariants.h"
 #include "support/namespace.h"
+#include "support/random.h"
 #include "system/operations.h"
 
 namespace zelfdb {

@@ -4,8 +4,8 @@
 
 #include <unistd.h>
 
-#include "core/seed.h"
 #include "support/invariants.h"
+#include "support/random.h"
 #include "trust/switch_test.h"
 
 namespace zelfdb::trust {

@@ -1,8 +1,5 @@
 // Random sequences of operations on ports, VLANs, memberships and protocol groups, compared with a model after each step.
-// ZELFDB_SEED in the environment repeats a run.
-#include <cstdlib>
-#include <random>
-
+#include "support/random.h"
 #include "support/exported.h"
 #include "support/invariants.h"
 #include "support/record_buffer.h"
@@ -16,17 +13,11 @@ constexpr u32 nvlan = 6;
 constexpr int steps = 1600;
 constexpr int steps_of_a_phase = 400;
 
-u32 seed_of_this_run()
-{
-    const char* const wanted = std::getenv("ZELFDB_SEED");
-    return wanted ? static_cast<u32>(std::strtoul(wanted, nullptr, 0)) : std::random_device{}();
-}
-
 class RandomOperations : public Exported {
 protected:
     RandomOperations() : Exported(nport, nvlan, 4), model_(nport, nvlan) {}
 
-    u32 pick(u32 count) { return static_cast<u32>(random_() % count); }
+    u32 pick(u32 count) { return random_.below(count); }
     template <class Value, std::size_t count>
     Value one_of(const Value (&values)[count])
     {
@@ -105,7 +96,7 @@ protected:
     void expect_small_readers_agree();
 
     model::Model model_;
-    std::mt19937 random_;
+    Random random_;
     bool filling_ = true;
 };
 
@@ -409,9 +400,6 @@ void RandomOperations::expect_small_readers_agree()
 
 TEST_F(RandomOperations, LeaveTheDatabaseAsTheRulesSay)
 {
-    const u32 seed = seed_of_this_run();
-    std::printf("ZELFDB_SEED=%u\n", seed);
-    random_.seed(seed);
     u32 succeeded = 0;
     for (int i = 0; i < steps; ++i) {
         filling_ = (i / steps_of_a_phase) % 2 == 0;
@@ -420,7 +408,7 @@ TEST_F(RandomOperations, LeaveTheDatabaseAsTheRulesSay)
         if (NP_refuses) recorder::fail_always(recorder::Failure::status);
         const Step step = next_step();
         recorder::reset();
-        SCOPED_TRACE("ZELFDB_SEED=" + std::to_string(seed) + ", step " + std::to_string(i) + ": " + step.name +
+        SCOPED_TRACE(random_.trace() + ", step " + std::to_string(i) + ": " + step.name +
                      (NP_refuses ? " while the NP refuses" : ""));
         expect_as_answered(step, NP_refuses);
         ASSERT_EQ(text_of_database(), model_.text());

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "check/repair.h"
-#include "core/seed.h"
 #include "crowd/supervision/worker.h"
+#include "support/random.h"
 
 namespace crowd {
 

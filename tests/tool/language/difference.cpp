@@ -6,8 +6,8 @@
 #include <set>
 #include <sstream>
 
-#include "core/seed.h"
 #include "fixture.h"
+#include "support/random.h"
 
 namespace zelfctl {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <zelfdb/zelfdb.h>
 
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfctl {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/seed.h"
 #include "language/commands.h"
+#include "support/random.h"
 
 namespace zelfctl {
 

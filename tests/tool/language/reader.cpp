@@ -5,7 +5,7 @@
 
 #include <set>
 
-#include "core/seed.h"
+#include "support/random.h"
 
 namespace zelfctl {
 namespace {
