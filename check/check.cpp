@@ -59,7 +59,8 @@ void check_history(Audit& a)
         notice(a, "header", "history of memberships", &history[ports_added_to_vlans], dec(static_cast<i32>(rest)),
                dec(memberships), "those that were added and not removed are in use, at least");
     }
-    if (history[4] != 0) error(a, "header", "history[4]", &history[4], dec(history[4]), dec(0), "nothing counts here");
+    if (history[4] != 0)
+        error(a, "header", "history[4]", &history[4], dec(history[4]), dec(0), "nothing counts here");
 }
 
 void check_unused_word(Audit& a)
@@ -78,7 +79,7 @@ Report refusal(const char* object, Segment segment, const char* field, u64 found
     return report;
 }
 
-constexpr const char* counts = "nport, nvlan and nfil";
+constexpr const char* the_counts = "nport, nvlan and nfil";
 
 }  // namespace
 }  // namespace audit
@@ -93,7 +94,8 @@ Report check(const Segments& segments)
     const auto& header = record_at<const Header>(base_of(segments.main), Offset{0});
     const Stores stores = stores_of(segments, header.nport, header.nvlan, header.nfil);
     if (stores.main_end > segments.main_bytes || stores.main_end > none.value) {
-        return refusal("header", Segment::main, counts, stores.main_end, at_most(static_cast<i64>(segments.main_bytes)),
+        return refusal("header", Segment::main, the_counts, stores.main_end,
+                       at_most(static_cast<i64>(segments.main_bytes)),
                        "the counts need that many bytes, of so many");
     }
     const u64 fdb_bytes = segments.fdb ? segments.fdb_bytes : 0;

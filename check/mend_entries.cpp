@@ -8,7 +8,7 @@ namespace zelfdb::audit {
 namespace {
 
 // A port or a VLAN that is there, and its table.
-struct Owner {
+struct MendedOwner {
     Name name;
     const char* chain;
     FdbHead& table;
@@ -36,7 +36,7 @@ u64 number_of(const Mac& mac)
     return number;
 }
 
-const char* refuse(const Mend& m, const Owner& owner, u32 bucket, const Fil& fil)
+const char* refuse(const Mend& m, const MendedOwner& owner, u32 bucket, const Fil& fil)
 {
     if (fil.offset != owner.at) return "it is of another table: it is dropped";
     if (mac_bucket(fil.mac) != bucket) return "it is in a wrong bucket: it is dropped";
@@ -56,7 +56,7 @@ void drop(Entries& e, const Name& owner, u32 fid, const Fil& fil, const char* wh
 }
 
 // Takes an entry into a chain, or drops it.
-void accept(Entries& e, const Owner& owner, u32 bucket, u32 number, Chain& chain, std::set<u64>& addresses)
+void accept(Entries& e, const MendedOwner& owner, u32 bucket, u32 number, Chain& chain, std::set<u64>& addresses)
 {
     Fil& fil = record(e.store, number);
     const char* why = refuse(e.m, owner, bucket, fil);
@@ -75,9 +75,9 @@ void accept(Entries& e, const Owner& owner, u32 bucket, u32 number, Chain& chain
         did(e.m, entry_of(owner.name, fil.mac), "it was not learned and has no time any more");
 }
 
-std::vector<Owner> owners_of(Mend& m)
+std::vector<MendedOwner> owners_of(Mend& m)
 {
-    std::vector<Owner> owners;
+    std::vector<MendedOwner> owners;
     for (const u32 number : m.ports.order) {
         Port& port = record(m.stores.port, number);
         owners.push_back({{"port %d", port.PortID},
@@ -105,7 +105,7 @@ std::set<u64> addresses_in(const Entries& e, const Chain& chain)
 }
 
 // What has links and is in no chain: back into the chain that it says it is in, if that was cut; else free.
-void settle_lost(Entries& e, const std::vector<Owner>& owners, std::vector<Chain>& chains,
+void settle_lost(Entries& e, const std::vector<MendedOwner>& owners, std::vector<Chain>& chains,
                  const std::vector<bool>& on_free, std::vector<u32>& come)
 {
     std::map<u32, std::size_t> by_offset;
@@ -133,7 +133,7 @@ void settle_lost(Entries& e, const std::vector<Owner>& owners, std::vector<Chain
     }
 }
 
-void write_chains(Entries& e, const Owner& owner, const Chain* chains)
+void write_chains(Entries& e, const MendedOwner& owner, const Chain* chains)
 {
     for (u32 bucket = 0; bucket < bucket_count; ++bucket) {
         const std::vector<u32>& order = chains[bucket].order;
@@ -154,7 +154,7 @@ struct Counts {
     u32 system = 0;
 };
 
-Counts count(const Entries& e, const Owner& owner, const Chain* chains)
+Counts count(const Entries& e, const MendedOwner& owner, const Chain* chains)
 {
     Counts counts;
     for (u32 bucket = 0; bucket < bucket_count; ++bucket) {
@@ -181,7 +181,7 @@ void mend_entries(Mend& m)
     Entries e{m, store, std::vector<bool>(store.count), std::vector<bool>(store.count)};
     std::vector<bool> on_free(store.count);
     const Met free = meet<&Fil::link>(store, on_free, m.header.fil_free);
-    const std::vector<Owner> owners = owners_of(m);
+    const std::vector<MendedOwner> owners = owners_of(m);
     std::vector<Chain> chains(owners.size() * bucket_count);
     std::vector<bool> chained(store.count);
     for (std::size_t i = 0; i < owners.size(); ++i) {

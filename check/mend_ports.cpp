@@ -6,7 +6,6 @@
 namespace zelfdb::audit {
 namespace {
 
-constexpr const char* a_port = "port %d";
 constexpr const char* a_phport = "physical port %d";
 
 // The numbers 1 to 4, each once: those that records have already stay.

@@ -1,10 +1,9 @@
 // Classify profiles: their lines, and the memberships bound to them.
+#include "check/limits.h"
 #include "check/mend_kind.h"
 
 namespace zelfdb::audit {
 namespace {
-
-constexpr u32 lines_max = 256;
 
 void mend_lines_of(Mend& m, Classify& profile, const std::vector<bool>& on_free, std::vector<bool>& marks,
                    std::vector<bool>& live)
@@ -51,8 +50,6 @@ void mend_lines(Mend& m)
     }
     write_free_list<&Action::link>(m, "free line list", store, m.header.action_free, free.numbers, come, live);
 }
-
-Name called(const Pv& pv) { return {"membership of port %d in VLAN %d", pv.port_id, pv.VID}; }
 
 void mend_bound_to(Mend& m, Classify& profile, std::vector<bool>& marks, std::vector<bool>& bound)
 {

@@ -1,10 +1,9 @@
 // Streams and queues: what is bound to what, and the buffer budget.
+#include "check/limits.h"
 #include "check/mend_kind.h"
 
 namespace zelfdb::audit {
 namespace {
-
-constexpr i64 queue_budget = 65536;
 
 void mend_streams_of(Mend& m, Port& port, std::vector<bool>& marks)
 {

@@ -2,15 +2,12 @@
 #include <set>
 #include <string>
 
+#include "check/limits.h"
 #include "check/mend_kind.h"
 #include "core/chains.h"
 
 namespace zelfdb::audit {
 namespace {
-
-constexpr const char* a_vlan = "VLAN %d";
-constexpr u32 vid_max = 4094;
-constexpr std::size_t name_max = 30;
 
 // ---- Names -----------------------------------------------------------------------------------------------------------
 
@@ -54,8 +51,6 @@ void mend_names(Mend& m)
 }
 
 // ---- Memberships -----------------------------------------------------------------------------------------------------
-
-Name called(const Pv& pv) { return {"membership of port %d in VLAN %d", pv.port_id, pv.VID}; }
 
 bool owns_pvid(const Pv& pv) { return !(pv.pv_flag & (pv_tagged | pv_protocol)); }
 

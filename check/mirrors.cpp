@@ -1,11 +1,9 @@
 // Mirrors: an enabled one has all that enabling asks for, which cannot be taken from it any more.
 #include "check/audit.h"
+#include "check/limits.h"
 
 namespace zelfdb::audit {
 namespace {
-
-constexpr u16 egress = 3;
-constexpr u16 egress_in_vlan = 4;
 
 void check_mirror(Audit& a, const Name& name, const Mirror& mirror)
 {
@@ -21,8 +19,7 @@ void check_mirror(Audit& a, const Name& name, const Mirror& mirror)
     if (mirror.dest_port == 0) {
         error(a, name, "dest_port", &mirror.dest_port, dec(0), text("a port"), "an enabled mirror has a destination");
     }
-    const bool copies_sent = mirror.source_kind == egress || mirror.source_kind == egress_in_vlan;
-    if (copies_sent && mirror.source_port == mirror.dest_port) {
+    if (copies_what_is_sent(mirror) && mirror.source_port == mirror.dest_port) {
         error(a, name, "dest_port", &mirror.dest_port, dec(mirror.dest_port), text("another port than the source"),
               "copies of what a port sends do not leave by it");
     }

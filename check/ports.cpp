@@ -4,7 +4,6 @@
 namespace zelfdb::audit {
 namespace {
 
-constexpr const char* a_port = "port %d";
 constexpr const char* pvid_chain = "chain of PVID %d";
 
 void check_phports(Audit& a)

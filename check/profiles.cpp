@@ -1,11 +1,11 @@
 // Classify profiles: list, index, lines, and the memberships bound to them.
 #include "check/audit.h"
+#include "check/limits.h"
 
 namespace zelfdb::audit {
 namespace {
 
 constexpr const char* a_profile = "profile %d";
-constexpr u32 lines_max = 256;
 
 void check_lines(Audit& a, const Classify& profile, Marks& marks)
 {

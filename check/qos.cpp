@@ -1,12 +1,12 @@
 // Streams and queues: lists, indexes, what is bound to what, the buffer budget.
 #include "check/audit.h"
+#include "check/limits.h"
 
 namespace zelfdb::audit {
 namespace {
 
 constexpr const char* a_stream = "stream %d";
 constexpr const char* a_slot = "stream %d class %d";
-constexpr i64 queue_budget = 65536;
 
 // ---- Streams of ports ------------------------------------------------------------------------------------------------
 

@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "check/limits.h"
 #include "check/mend.h"
 
 namespace zelfdb {
@@ -23,9 +24,6 @@ void touch(Mend& m, Touched::Kind kind, u32 id, bool exists, u32 other, const Ma
 namespace {
 
 // ---- Protocol groups -------------------------------------------------------------------------------------------------
-
-constexpr u32 groups_max = std::size(decltype(ProtGroupTable{}.group){});
-constexpr u32 protocols_max = std::size(decltype(ProtGroup{}.prot){});
 
 // The protocols of all places: taking one out and putting one in both have moments when the count is not theirs.
 ProtGroup whole_group(const ProtGroup& row)
@@ -85,13 +83,10 @@ namespace {
 
 // ---- Mirrors ---------------------------------------------------------------------------------------------------------
 
-constexpr u16 egress = 3;
-constexpr u16 egress_in_vlan = 4;
-
 bool may_be_enabled(const Mirror& mirror)
 {
-    const bool copies_sent = mirror.source_kind == egress || mirror.source_kind == egress_in_vlan;
-    return mirror.source_kind != 0 && mirror.dest_port != 0 && !(copies_sent && mirror.source_port == mirror.dest_port);
+    return mirror.source_kind != 0 && mirror.dest_port != 0 &&
+           !(copies_what_is_sent(mirror) && mirror.source_port == mirror.dest_port);
 }
 
 void mend_mirror(Mend& m, u32 id, Mirror& mirror)

@@ -23,6 +23,10 @@ struct Name {
     }
 };
 
+inline constexpr const char* a_port = "port %d";
+inline constexpr const char* a_vlan = "VLAN %d";
+inline Name called(const Pv& pv) { return {"membership of port %d in VLAN %d", pv.port_id, pv.VID}; }
+
 inline Name entry_of(Name owner, const Mac& mac)
 {
     owner.entry = &mac;

@@ -4,17 +4,11 @@
 #include <string_view>
 
 #include "check/audit.h"
+#include "check/limits.h"
 #include "core/chains.h"
 
 namespace zelfdb::audit {
 namespace {
-
-constexpr const char* a_vlan = "VLAN %d";
-constexpr const char* a_membership = "membership of port %d in VLAN %d";
-constexpr u32 vid_max = 4094;
-constexpr std::size_t name_max = 30;
-
-Name called(const Pv& pv) { return {a_membership, pv.port_id, pv.VID}; }
 
 bool name_ends(const Vlan& vlan) { return std::memchr(vlan.name, 0, name_max + 1) != nullptr; }
 
@@ -205,7 +199,6 @@ void check_memberships(Audit& a)
 
 void check_group(Audit& a, const ProtGroup& group, bool used, const Name& name, std::set<u16>& protocols)
 {
-    constexpr u32 protocols_max = std::size(decltype(group.prot){});
     if (group.nprot > protocols_max) {
         error(a, name, "nprot", &group.nprot, dec(group.nprot), at_most(protocols_max), "there are that many places");
         return;
@@ -224,7 +217,6 @@ void check_group(Audit& a, const ProtGroup& group, bool used, const Name& name, 
 void check_groups(Audit& a)
 {
     const ProtGroupTable& table = a.header.prot_groups;
-    constexpr u32 groups_max = std::size(decltype(table.group){});
     if (table.count > groups_max) {
         error(a, "protocol groups", "count", &table.count, dec(table.count), at_most(groups_max),
               "there are that many rows");
