@@ -13,15 +13,15 @@ namespace zelfctl {
 namespace {
 
 auto key(const Entry& entry) { return std::tie(entry.vid, entry.mac); }
-bool before(const Entry& a, const Entry& b) { return key(a) < key(b); }
+bool has_lower_address(const Entry& a, const Entry& b) { return key(a) < key(b); }
 
 std::vector<Entry> missing(std::vector<Entry> old_entries, std::vector<Entry> new_entries)
 {
-    std::sort(old_entries.begin(), old_entries.end(), before);
-    std::sort(new_entries.begin(), new_entries.end(), before);
+    std::sort(old_entries.begin(), old_entries.end(), has_lower_address);
+    std::sort(new_entries.begin(), new_entries.end(), has_lower_address);
     std::vector<Entry> gone;
     std::set_difference(old_entries.begin(), old_entries.end(), new_entries.begin(), new_entries.end(),
-                        std::back_inserter(gone), before);
+                        std::back_inserter(gone), has_lower_address);
     return gone;
 }
 

@@ -1,12 +1,10 @@
 #include "analyser.h"
 
 #include "softnp/softnp.h"
+#include "times.h"
 
 namespace zelfctl {
 namespace {
-
-constexpr i64 ns_per_ms = 1000000;
-constexpr i64 ns_per_s = 1000000000;
 
 }  // namespace
 

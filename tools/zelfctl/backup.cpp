@@ -10,6 +10,7 @@
 
 #include "core/descriptor.h"
 #include "database.h"
+#include "whole_io.h"
 
 namespace zelfctl {
 namespace {
@@ -34,28 +35,6 @@ u64 add_to_sum(u64 sum, const void* bytes, u64 count)
     return sum;
 }
 constexpr u64 empty_sum = 0xCBF29CE484222325;
-
-bool write_all(int file, const void* bytes, u64 count)
-{
-    for (u64 at = 0; at < count;) {
-        const ssize_t written = write(file, static_cast<const char*>(bytes) + at, count - at);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        at += static_cast<u64>(written);
-    }
-    return true;
-}
-
-bool read_all(int file, void* bytes, u64 count)
-{
-    for (u64 at = 0; at < count;) {
-        const ssize_t got = read(file, static_cast<char*>(bytes) + at, count - at);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        at += static_cast<u64>(got);
-    }
-    return true;
-}
 
 bool sync_folder_of(const std::string& file)
 {
@@ -83,7 +62,7 @@ private:
     int descriptor_;
 };
 
-std::nullopt_t refuse(const std::string& file, const std::string& why)
+std::nullopt_t no_backup(const std::string& file, const std::string& why)
 {
     complain(file + ": " + why + "; nothing was restored");
     return std::nullopt;
@@ -126,21 +105,21 @@ std::optional<Backup> read_backup(const std::string& file)
 {
     const File in(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat state {};
-    if (in.descriptor() < 0 || fstat(in.descriptor(), &state) != 0) return refuse(file, std::strerror(errno));
+    if (in.descriptor() < 0 || fstat(in.descriptor(), &state) != 0) return no_backup(file, std::strerror(errno));
     Head head{};
     const bool has_head = S_ISREG(state.st_mode) && read_all(in.descriptor(), &head, sizeof head);
-    if (!has_head || std::memcmp(head.magic, magic, sizeof magic) != 0) return refuse(file, "it is no backup");
+    if (!has_head || std::memcmp(head.magic, magic, sizeof magic) != 0) return no_backup(file, "it is no backup");
     if (head.main_key != zelfdb::main_key || head.fdb_key != zelfdb::fdb_key)
-        return refuse(file, "it is a backup of another database, or of another kind of processor");
+        return no_backup(file, "it is a backup of another database, or of another kind of processor");
     const auto size = static_cast<u64>(state.st_size);
     if (head.main_bytes > size || head.fdb_bytes > size || sizeof head + head.main_bytes + head.fdb_bytes != size)
-        return refuse(file, "it is not whole");
+        return no_backup(file, "it is not whole");
     Backup backup{std::vector<char>(head.main_bytes), std::vector<char>(head.fdb_bytes)};
     if (!read_all(in.descriptor(), backup.main.data(), head.main_bytes) ||
         !read_all(in.descriptor(), backup.fdb.data(), head.fdb_bytes))
-        return refuse(file, "it cannot be read");
+        return no_backup(file, "it cannot be read");
     const u64 sum = add_to_sum(empty_sum, backup.main.data(), head.main_bytes);
-    if (add_to_sum(sum, backup.fdb.data(), head.fdb_bytes) != head.sum) return refuse(file, "it has been spoilt");
+    if (add_to_sum(sum, backup.fdb.data(), head.fdb_bytes) != head.sum) return no_backup(file, "it has been spoilt");
     return backup;
 }
 

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "times.h"
+
 namespace zelfctl {
 namespace {
 
-constexpr i64 ns_per_s = 1000000000;
 constexpr i64 latest_s = 8000000000;  // the year 2223; anything beyond is damage
 
 std::string text_of_linktype(int type)

@@ -34,6 +34,9 @@ std::string counted(u64 number, const char* one, const char* several);
 // running_configuration(), or nothing after a message.
 std::optional<std::string> read_running();
 
+// How often a listing is begun anew when another process has changed what it lists meanwhile.
+inline constexpr int listing_attempts = 10;
+
 struct CloseDescriptor {
     void operator()(zelfdb_descriptor* descriptor) const { zelfdb_close_descriptor(descriptor); }
 };

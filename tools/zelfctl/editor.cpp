@@ -18,13 +18,13 @@ namespace {
 constexpr int lines_of_history = 1000;
 constexpr std::size_t most_listed = 200;
 
-volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t editor_interrupted = 0;
 volatile std::sig_atomic_t resized = 0;
 volatile std::sig_atomic_t stopped = 0;
 
 void note_signal(int signal)
 {
-    if (signal == SIGINT) interrupted = 1;
+    if (signal == SIGINT) editor_interrupted = 1;
     if (signal == SIGWINCH) resized = 1;
     if (signal == SIGTSTP) stopped = 1;
 }
@@ -46,7 +46,7 @@ class NotesSignals {
 public:
     NotesSignals()
     {
-        interrupted = 0;
+        editor_interrupted = 0;
         const sigset_t set = noted_set();
         sigprocmask(SIG_BLOCK, &set, &mask_before);
         struct sigaction action {};
@@ -91,7 +91,7 @@ bool wait_for_key(EditLine* edit)
     for (;;) {
         pollfd file{STDIN_FILENO, POLLIN, 0};
         if (ppoll(&file, 1, nullptr, &mask_before) > 0) return true;
-        if (interrupted != 0) return false;
+        if (editor_interrupted != 0) return false;
         if (stopped != 0) stop(edit);
         if (resized != 0) {
             resized = 0;
@@ -198,7 +198,7 @@ Editor::Got Editor::read(std::string& line)
         el_set(edit_, EL_PREP_TERM, 1);  // before the prompt, which is what a person waits for
         text = el_gets(edit_, &length);
     }
-    if (interrupted != 0) {
+    if (editor_interrupted != 0) {
         std::fputs("^C\n", stdout);
         return Got::interrupt;
     }

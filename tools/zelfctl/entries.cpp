@@ -10,13 +10,13 @@
 
 #include "database.h"
 #include "vlans.h"
+#include "whole_io.h"
 
 namespace zelfctl {
 namespace {
 
 constexpr u32 first_capacity = 1024;  // for a port's own, whose number no operation tells
-constexpr u32 spare = 64;             // for entries that are added between two passes
-constexpr int attempts = 10;
+constexpr u32 spare_entries = 64;     // for entries that are added between two passes
 
 using Listing = int (*)(u32 owner, zelfdb_fdb_cursor* cursor, zelfdb_ropebuf* buffer);
 
@@ -40,15 +40,15 @@ Entry entry_of(const zelfdb_fdb_record& record, u32 type)
 // The whole list in one call, so that no entry can leave between two: a buffer that turned out too small is replaced.
 std::optional<std::vector<zelfdb_fdb_record>> list_at_once(Listing listing, u32 owner, u32 expected)
 {
-    u32 capacity = expected + spare;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    u32 capacity = expected + spare_entries;
+    for (int attempt = 0; attempt < listing_attempts; ++attempt) {
         const Ropebuf buffer(zelfdb_alloc_ropebuf(capacity, sizeof(zelfdb_fdb_record)));
         if (!buffer) break;
         zelfdb_fdb_cursor cursor{};
         const int result = listing(owner, &cursor, buffer.get());
         if (result < 0) break;
         if (result == 0) return records_of(*buffer);
-        capacity = buffer->total + spare;
+        capacity = buffer->total + spare_entries;
     }
     return std::nullopt;
 }
@@ -59,32 +59,6 @@ struct Answer {
     u32 total = 0;
     u32 filled = 0;
 };
-
-bool write_all(int file, const void* bytes, std::size_t size)
-{
-    const auto* at = static_cast<const u8*>(bytes);
-    while (size != 0) {
-        const ssize_t written = write(file, at, size);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        at += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
-bool read_all(int file, void* bytes, std::size_t size)
-{
-    auto* at = static_cast<u8*>(bytes);
-    while (size != 0) {
-        const ssize_t count = read(file, at, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        at += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 // Ends without any of the parent's clean-up. The end is also what gives the lock back.
 [[noreturn]] void list_in_child(u32 port_id, u32 capacity, int to_parent)
@@ -165,7 +139,7 @@ std::optional<std::vector<Entry>> read_entries(u32 vid, const std::string& vlan,
 std::optional<std::vector<Entry>> read_local_entries(u32 port_id)
 {
     u32 capacity = first_capacity;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    for (int attempt = 0; attempt < listing_attempts; ++attempt) {
         Answer answer;
         std::vector<zelfdb_fdb_record> records;
         if (!list_local(port_id, capacity, answer, records) || answer.result < 0) return std::nullopt;
@@ -177,7 +151,7 @@ std::optional<std::vector<Entry>> read_local_entries(u32 port_id)
             }
             return entries;
         }
-        capacity = answer.total + spare;
+        capacity = answer.total + spare_entries;
     }
     return std::nullopt;
 }

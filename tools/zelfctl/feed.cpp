@@ -15,13 +15,12 @@
 #include "ports.h"
 #include "progress.h"
 #include "table.h"
+#include "times.h"
 
 namespace zelfctl {
 namespace {
 
 using nlohmann::json;
-
-constexpr i64 ns_per_ms = 1000000;
 
 // While one of these lives, what the library writes to the system log is on standard error, too.
 class LogToError {
@@ -90,8 +89,6 @@ bool run(Captures& captures, const FeedOptions& options, Learner& learner, Analy
     return options.hold || softnp_follow_clock() == 0;
 }
 
-std::string number(u64 value) { return std::to_string(value); }
-
 std::string seconds_of(const Totals& totals)
 {
     const i64 ms = (totals.last_ns - totals.first_ns) / ns_per_ms;
@@ -108,7 +105,7 @@ std::vector<std::pair<LearnNote, LearnCount>> in_order(const Learner& learner)
     return notes;
 }
 
-std::string name_of(u32 vid)
+std::string vlan_name(u32 vid)
 {
     char name[32] = "";
     u32 code = 0;
@@ -119,7 +116,7 @@ void print_stations(const Learner& learner)
 {
     Table table({{"RESULT"}, {"MAC"}, {"VLAN"}, {"PORT", true}, {"FROM", true}, {"TIMES", true}, {"WHY"}});
     for (const auto& [note, count] : in_order(learner))
-        table.add({text_of(note.result), text_of(note.mac), name_of(note.vid), number(note.port_id),
+        table.add({text_of(note.result), text_of(note.mac), vlan_name(note.vid), number(note.port_id),
                    note.from_port == 0 ? "" : number(note.from_port), number(count.events), note.reason});
     if (!table.empty()) table.print();
     if (learner.events_without_note() != 0)
@@ -179,7 +176,7 @@ json json_of(const Captures& captures, const Totals& totals, const Learner& lear
         events.push_back({{"result", text_of(note.result)},
                           {"mac", text_of(note.mac)},
                           {"vid", note.vid},
-                          {"vlan", name_of(note.vid)},
+                          {"vlan", vlan_name(note.vid)},
                           {"port", note.port_id},
                           {"from_port", note.from_port == 0 ? json(nullptr) : json(note.from_port)},
                           {"times", count.events},

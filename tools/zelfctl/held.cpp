@@ -14,7 +14,7 @@
 namespace zelfctl {
 namespace {
 
-constexpr time_t patience_s = 60;
+constexpr time_t lock_patience_s = 60;
 
 // A segment. Its size is the system's word, not the segment's own.
 class Attached {
@@ -67,7 +67,7 @@ public:
 private:
     [[nodiscard]] int take() const
     {
-        const timespec patience{patience_s, 0};
+        const timespec patience{lock_patience_s, 0};
         return move(-1, &patience) ? 0 : errno;
     }
     bool move(short by, const timespec* patience) const

@@ -11,12 +11,12 @@ namespace zelfctl {
 namespace {
 
 // Where the library keeps its two segments.
-constexpr key_t segments[] = {0x5A454C01, 0x5A454C02};
+constexpr key_t segment_keys[] = {0x5A454C01, 0x5A454C02};
 
 // Processes that have the old segments attached go on with them. The locks stay: they belong to no size.
 void remove_all()
 {
-    for (const key_t key : segments) {
+    for (const key_t key : segment_keys) {
         const int id = shmget(key, 0, 0);
         if (id >= 0) shmctl(id, IPC_RMID, nullptr);
     }

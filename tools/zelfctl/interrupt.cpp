@@ -5,6 +5,8 @@
 #include <chrono>
 #include <ctime>
 
+#include "times.h"
+
 namespace zelfctl {
 namespace {
 
@@ -14,9 +16,8 @@ void interrupt(int) { interrupted = 1; }
 
 timespec timespec_of(double seconds)
 {
-    constexpr double ns_per_s = 1e9;
     const auto whole = static_cast<std::time_t>(seconds);
-    return {whole, static_cast<long>((seconds - static_cast<double>(whole)) * ns_per_s)};
+    return {whole, static_cast<long>((seconds - static_cast<double>(whole)) * static_cast<double>(ns_per_s))};
 }
 
 }  // namespace

@@ -16,7 +16,7 @@
 namespace zelfctl {
 namespace {
 
-constexpr std::string_view beginning = "create ";
+constexpr std::string_view create = "create ";
 
 // Which replay prints the objects' creation, and the value that is the name there.
 constexpr struct {
@@ -33,12 +33,12 @@ constexpr struct {
                {"clslist", zelfdb_reconfig_classify, "clslist", "clslist"},
                {"mirror", zelfdb_reconfig_mirror, "mirror", "mirror"}};
 
-constexpr u32 patience_s = 2;
+constexpr u32 completion_patience_s = 2;
 
-using Source = decltype(&sources[0]);
+using NameSource = decltype(&sources[0]);
 
 // One on each line: names hold no blanks.
-std::string read_names(Source source)
+std::string read_names(NameSource source)
 {
     std::string text;
     if (!is_database_there()) return {};
@@ -47,7 +47,7 @@ std::string read_names(Source source)
     for (std::string_view rest = text; !rest.empty();) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        if (!line.starts_with(beginning) || !line.substr(beginning.size()).starts_with(source->made)) continue;
+        if (!line.starts_with(create) || !line.substr(create.size()).starts_with(source->made)) continue;
         const ReadLine read = read_line(line);
         if (read.command && read.command->parts[1].name == source->made)
             names += read.arguments.text(source->value) + '\n';
@@ -55,9 +55,9 @@ std::string read_names(Source source)
     return names;
 }
 
-[[noreturn]] void tell_names(Source source, int to_parent)
+[[noreturn]] void tell_names(NameSource source, int to_parent)
 {
-    alarm(patience_s);
+    alarm(completion_patience_s);
     const std::string names = read_names(source);
     for (std::string_view rest = names; !rest.empty();) {
         const ssize_t written = write(to_parent, rest.data(), rest.size());
@@ -79,7 +79,7 @@ std::string hear_names(int from_child)
     }
 }
 
-std::vector<std::string> lines_of(const std::string& text)
+std::vector<std::string> whole_lines_of(const std::string& text)
 {
     std::vector<std::string> lines;
     for (std::size_t at = 0, end = 0; (end = text.find('\n', at)) != std::string::npos; at = end + 1)
@@ -106,7 +106,7 @@ std::vector<std::string> live_names(std::string_view object)
     close(ends[0]);
     while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return lines_of(names);
+    return whole_lines_of(names);
 }
 
 }  // namespace zelfctl

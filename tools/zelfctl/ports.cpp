@@ -7,9 +7,8 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 at_a_time = 64;
+constexpr u32 ports_at_a_time = 64;
 constexpr u32 most_vlans = 4094;
-constexpr int attempts = 10;
 
 // Room for a port that is in every VLAN: the reader of a single port knows no bound.
 struct RoomForPort {
@@ -20,7 +19,7 @@ struct RoomForPort {
 // The IDs of all ports. False: a port went away in the middle, or there is none.
 bool read_ids(std::vector<u32>& ids)
 {
-    const Ropebuf buffer(zelfdb_alloc_ropebuf(at_a_time, sizeof(zelfdb_port_info)));
+    const Ropebuf buffer(zelfdb_alloc_ropebuf(ports_at_a_time, sizeof(zelfdb_port_info)));
     if (!buffer) return false;
     zelfdb_cursor cursor{};
     int result = 1;
@@ -64,7 +63,7 @@ std::optional<PortView> read_port(u32 port_id)
 
 std::optional<std::vector<PortView>> read_ports()
 {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    for (int attempt = 0; attempt < listing_attempts; ++attempt) {
         std::vector<u32> ids;
         if (!read_ids(ids)) {
             if (!there_are_ports()) return std::vector<PortView>{};

@@ -16,7 +16,7 @@
 namespace zelfctl {
 namespace {
 
-std::string name_of(const zelfdb::Touched& t)
+std::string name_of_touched(const zelfdb::Touched& t)
 {
     using Kind = zelfdb::Touched::Kind;
     const std::string id = std::to_string(t.id);
@@ -51,7 +51,7 @@ void print_touched(const zelfdb::Repair& plan)
 {
     for (std::size_t i = 0; i < std::min(plan.touched.size(), touched_told_max); ++i) {
         const zelfdb::Touched& touched = plan.touched[i];
-        std::printf("the network processor may differ: %s, which %s\n", name_of(touched).c_str(),
+        std::printf("the network processor may differ: %s, which %s\n", name_of_touched(touched).c_str(),
                     touched.exists ? "exists" : "does not exist");
     }
     if (plan.touched.size() > touched_told_max)

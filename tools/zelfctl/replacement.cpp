@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "database.h"
+#include "whole_io.h"
 
 namespace zelfctl {
 namespace {
@@ -59,17 +60,6 @@ public:
 private:
     int descriptor_;
 };
-
-bool write_all(int file, const char* bytes, std::size_t count)
-{
-    for (std::size_t at = 0; at < count;) {
-        const ssize_t written = write(file, bytes + at, count - at);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        at += static_cast<std::size_t>(written);
-    }
-    return true;
-}
 
 bool copy_all(int from, int to)
 {
@@ -161,7 +151,7 @@ bool sync_folder(const std::string& file)
     return folder.get() >= 0 && fsync(folder.get()) == 0;
 }
 
-bool refuse(const std::string& file, const std::string& why)
+bool not_saved(const std::string& file, const std::string& why)
 {
     complain(file + ": " + why + "; nothing was saved");
     return false;
@@ -174,16 +164,16 @@ bool replace_file(const std::string& file, const std::string& text)
     const WithoutInterrupts without;
     std::optional<struct stat> before(std::in_place);
     if (lstat(file.c_str(), &*before) != 0) {
-        if (errno != ENOENT) return refuse(file, std::strerror(errno));
+        if (errno != ENOENT) return not_saved(file, std::strerror(errno));
         before.reset();
     }
     if (before && !S_ISREG(before->st_mode) && !S_ISLNK(before->st_mode))
-        return refuse(file, S_ISDIR(before->st_mode) ? "it is a folder" : "it is no regular file");
+        return not_saved(file, S_ISDIR(before->st_mode) ? "it is a folder" : "it is no regular file");
     NewFile replacement(file);
     if (replacement.get() < 0 || !write_all(replacement.get(), text.data(), text.size()))
-        return refuse(file, std::strerror(errno));
+        return not_saved(file, std::strerror(errno));
     give(replacement.get(), owned_like(file, before));
-    if (!keep_previous(file) || !replacement.put_in_place_of(file)) return refuse(file, std::strerror(errno));
+    if (!keep_previous(file) || !replacement.put_in_place_of(file)) return not_saved(file, std::strerror(errno));
     if (sync_folder(file)) return true;
     complain(file + ": it was saved, but may not outlast a loss of power: " + std::strerror(errno));
     return false;

@@ -16,12 +16,11 @@ using zelfdb::AuditReport;
 using zelfdb::Difference;
 using zelfdb::Refusal;
 using zelfdb::ResyncReport;
-using zelfdb::text_of;
 
 constexpr const char* lost_lists =
     "prefilter and loc lists are kept by the network processor alone: what it had of them is lost";
 
-const char* text_of(zelfdb::What what)
+const char* told_as(zelfdb::What what)
 {
     switch (what) {
     case zelfdb::What::missing: return "missing";
@@ -54,7 +53,7 @@ json json_of(const std::vector<Difference>& findings)
 {
     json list = json::array();
     for (const Difference& finding : findings) {
-        json each{{"what", text_of(finding.what)},
+        json each{{"what", told_as(finding.what)},
                   {"kind", text_of(finding.object.kind)},
                   {"object", text_of(finding.object)},
                   {"implied", finding.implied}};
@@ -112,7 +111,7 @@ void print_findings(const std::vector<Difference>& findings)
         if (finding.implied)
             ++implied;
         else
-            table.add({text_of(finding.what), text_of(finding.object), finding.setting, finding.database, finding.np});
+            table.add({told_as(finding.what), text_of(finding.object), finding.setting, finding.database, finding.np});
     }
     if (!table.empty()) table.print();
     if (implied != 0)

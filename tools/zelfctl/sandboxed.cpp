@@ -13,6 +13,7 @@
 #include "database.h"
 #include "sandbox.h"
 #include "softnp/softnp.h"
+#include "whole_io.h"
 
 namespace {
 
@@ -31,17 +32,6 @@ extern "C" __attribute__((visibility("default"))) unsigned int sleep(unsigned in
 
 namespace zelfctl {
 namespace {
-
-bool read_all(int from, std::string& text)
-{
-    char buffer[65536];
-    for (;;) {
-        const ssize_t count = read(from, buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return count == 0;
-        text.append(buffer, static_cast<std::size_t>(count));
-    }
-}
 
 int work_apart(const std::function<int()>& work)
 {
@@ -78,7 +68,7 @@ int in_sandbox(const std::function<int()>& work, std::string* text)
     bool whole = true;
     if (text) {
         close(ends[1]);
-        whole = read_all(ends[0], *text);
+        whole = read_to_end(ends[0], *text);
         close(ends[0]);
     }
     int status = -1;

@@ -17,7 +17,7 @@
 namespace zelfctl {
 namespace {
 
-bool running = false;
+bool session_runs = false;
 
 bool speaks_for_itself(const std::string& verb) { return verb == "echo"; }
 
@@ -56,11 +56,11 @@ int run_stream(const SessionOptions& options, std::istream& in)
 
 int session(const SessionOptions& options)
 {
-    if (running) {
+    if (session_runs) {
         complain("a session cannot run another");
         return exit_usage;
     }
-    running = true;
+    session_runs = true;
     if (options.file == "-") return run_stream(options, std::cin);
     std::ifstream in(options.file);
     if (!in) {

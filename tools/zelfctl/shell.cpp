@@ -20,12 +20,12 @@
 namespace zelfctl {
 namespace {
 
-bool running = false;
+bool shell_runs = false;
 
 // Whether Ctrl-C came while no key was waited for: it is for the line that is being run, or will be.
-volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t shell_interrupted = 0;
 
-void interrupt(int) { interrupted = 1; }
+void interrupt_shell(int) { shell_interrupted = 1; }
 
 bool ends_shell(const std::vector<std::string>& words)
 {
@@ -67,7 +67,7 @@ int run_in_child(const std::vector<std::string>& words)
     if (child == 0) {
         std::signal(SIGINT, SIG_DFL);
         std::signal(SIGQUIT, SIG_DFL);
-        if (interrupted != 0) std::raise(SIGINT);
+        if (shell_interrupted != 0) std::raise(SIGINT);
         _exit(run_checked(words));
     }
     int status = 0;
@@ -130,10 +130,10 @@ int run_terminal(const ShellOptions& options)
 {
     std::printf("zelfctl %s. Tab completes; 'help' lists what there is, 'exit' ends.\n", ZELFCTL_VERSION);
     Editor editor("zelfctl> ", path_of(options.history), complete);
-    std::signal(SIGINT, interrupt);
+    std::signal(SIGINT, interrupt_shell);
     std::signal(SIGQUIT, SIG_IGN);
     for (;;) {
-        interrupted = 0;
+        shell_interrupted = 0;
         std::string line;
         const Editor::Got got = editor.read(line);
         if (got == Editor::Got::end) return exit_done;
@@ -174,11 +174,11 @@ int run_pipe()
 
 int shell(const ShellOptions& options)
 {
-    if (running) {
+    if (shell_runs) {
         complain("a shell cannot run another");
         return exit_usage;
     }
-    running = true;
+    shell_runs = true;
     const bool at_terminal = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
     return at_terminal ? run_terminal(options) : run_pipe();
 }

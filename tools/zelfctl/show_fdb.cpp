@@ -66,7 +66,7 @@ bool passes(const FdbFilter& filter, const Entry& entry)
 }
 
 // Entries of VLANs first, by VID and address; then those of ports.
-bool before(const Entry& a, const Entry& b)
+bool is_shown_before(const Entry& a, const Entry& b)
 {
     const auto key = [](const Entry& entry) {
         return std::make_tuple(entry.type == ZELFDB_FIL_LOCAL ? 1 : 0, entry.vid,
@@ -76,13 +76,6 @@ bool before(const Entry& a, const Entry& b)
 }
 
 bool discards(const Entry& entry) { return entry.type == ZELFDB_FIL_STATIC && (entry.flag & ZELFDB_FIL_FLAG_NO_PORT); }
-
-std::string hex(u32 value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%x", value);
-    return text;
-}
 
 void print_table(const std::vector<Entry>& entries, bool with_age)
 {
@@ -174,7 +167,7 @@ int show_fdb(const FdbFilter& filter)
     std::vector<Entry> entries;
     if (!append_of_vlans(filter, entries) || !append_of_ports(filter, entries)) return exit_failed;
     std::erase_if(entries, [&](const Entry& entry) { return !passes(filter, entry); });
-    std::sort(entries.begin(), entries.end(), before);
+    std::sort(entries.begin(), entries.end(), is_shown_before);
     if (filter.count)
         print_counts(entries, filter.json);
     else if (filter.json)

@@ -23,8 +23,6 @@ struct Mirror {
     std::string tag;
 };
 
-std::string number(u64 value) { return std::to_string(value); }
-
 std::string source_of(const std::vector<Part>& parts, const Arguments& arguments)
 {
     std::string vlan = arguments.has("vlan") ? "VLAN " + arguments.text("vlan") : "";

@@ -17,8 +17,6 @@ struct Commands {
     u64 refused = 0;
 };
 
-std::string number(u64 value) { return std::to_string(value); }
-
 // Kinds of which none was sent are left out.
 std::vector<Commands> commands_sent()
 {

@@ -4,6 +4,7 @@
 #include "database.h"
 #include "display.h"
 #include "json_output.h"
+#include "language/rates.h"
 #include "ports.h"
 #include "show.h"
 #include "table.h"
@@ -12,8 +13,6 @@ namespace zelfctl {
 namespace {
 
 using nlohmann::json;
-
-constexpr u32 rate_unit = 1000;
 
 struct Flag {
     u32 bit;
@@ -48,15 +47,6 @@ const char* name_of_colour(u32 colour)
 const char* name_of_state(const zelfdb_port_info& info) { return info.optate == B_PORT_UP ? "up" : "down"; }
 
 const char* yes_no(bool yes) { return yes ? "yes" : "no"; }
-
-std::string number(u64 value) { return std::to_string(value); }
-
-std::string hex(u32 value, int digits)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%0*x", digits, value);
-    return text;
-}
 
 // "10 20t 30p": tagged and by-protocol memberships are marked.
 std::string text_of_vlans(const PortView& port)

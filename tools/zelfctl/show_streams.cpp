@@ -6,6 +6,7 @@
 #include "json_output.h"
 #include "language/qos_commands.h"
 #include "language/qos_values.h"
+#include "language/rates.h"
 #include "ports.h"
 #include "show.h"
 #include "softnp/softnp.h"
@@ -17,18 +18,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr u32 rate_unit = 1000;
 constexpr i64 whole_budget = 65536;
 constexpr const char* colours[] = {"green", "yellow", "red"};
-
-std::string number(u64 value) { return std::to_string(value); }
-
-std::string hex(u32 value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%x", value);
-    return text;
-}
 
 // "5", or "5-7" if they differ.
 std::string pair(u64 low, u64 high) { return low == high ? number(low) : number(low) + "-" + number(high); }

@@ -12,15 +12,6 @@ using nlohmann::json;
 
 constexpr u32 phports = 4;
 
-std::string number(u64 value) { return std::to_string(value); }
-
-std::string hex4(u32 value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%04x", value);
-    return text;
-}
-
 int failed()
 {
     complain("the database could not be read");
@@ -86,8 +77,8 @@ int show_protgroups(bool as_json)
         json protocols = json::array();
         std::string text;
         for (u32 k = 0; k < group.nprot && k < std::size(group.prot); ++k) {
-            protocols.push_back(hex4(group.prot[k]));
-            text += (text.empty() ? "" : " ") + hex4(group.prot[k]);
+            protocols.push_back(hex(group.prot[k], 4));
+            text += (text.empty() ? "" : " ") + hex(group.prot[k], 4);
         }
         list.push_back({{"group", group.group}, {"protocols", protocols}});
         table.add({number(group.group), text});

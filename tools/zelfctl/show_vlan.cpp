@@ -17,16 +17,7 @@ constexpr u32 flag_loop_detection = 0x2;
 constexpr u32 flag_ignorefdb = 0x4;
 constexpr u32 flag_learning_off = 0x8;
 
-std::string number(u64 value) { return std::to_string(value); }
-
 const char* on_off(bool on) { return on ? "on" : "off"; }
-
-std::string hex4(u32 value)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "%04x", value);
-    return text;
-}
 
 // "1 2 4t 5p": tagged and by-protocol members are marked.
 std::string text_of_members(const VlanView& vlan)
@@ -47,7 +38,7 @@ json json_of(const VlanView& vlan)
         members.push_back({{"port", member.port_id},
                            {"tagged", (member.pv_flag & ZELFDB_PV_TAGGED) != 0},
                            {"by_protocol", (member.pv_flag & ZELFDB_PV_PROTOCOL) != 0},
-                           {"tagtype", hex4(member.tagtype)}});
+                           {"tagtype", hex(member.tagtype, 4)}});
     return {{"vid", vlan.vid},
             {"name", vlan.name},
             {"members", members},
@@ -74,7 +65,7 @@ void print_details(const VlanView& vlan, u32 learn_limit)
     sheet.add("PVID of ports", pvid_ports);
     for (const zelfdb_vlan_member& member : vlan.members) {
         const bool tagged = (member.pv_flag & ZELFDB_PV_TAGGED) != 0;
-        std::string how = tagged ? ", tagged " + hex4(member.tagtype) : ", untagged";
+        std::string how = tagged ? ", tagged " + hex(member.tagtype, 4) : ", untagged";
         if ((member.pv_flag & ZELFDB_PV_PROTOCOL) != 0) how += ", by protocol";
         sheet.add("member", "port " + number(member.port_id) + how);
     }

@@ -8,8 +8,7 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 at_a_time = 64;
-constexpr int attempts = 10;
+constexpr u32 streams_at_a_time = 64;
 
 bool is_any_stream()
 {
@@ -22,7 +21,7 @@ bool is_any_stream()
 // False: a stream went away in the middle, there is none, or the network processor did not answer.
 bool read_list(std::vector<zelfdb_stream_info>& streams)
 {
-    const Ropebuf buffer(zelfdb_alloc_ropebuf(at_a_time, sizeof(zelfdb_stream_info)));
+    const Ropebuf buffer(zelfdb_alloc_ropebuf(streams_at_a_time, sizeof(zelfdb_stream_info)));
     if (!buffer) return false;
     zelfdb_cursor cursor{};
     u64 total = 0;
@@ -44,7 +43,7 @@ bool read_list(std::vector<zelfdb_stream_info>& streams)
 
 std::optional<std::vector<zelfdb_stream_info>> read_streams()
 {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    for (int attempt = 0; attempt < listing_attempts; ++attempt) {
         std::vector<zelfdb_stream_info> streams;
         if (read_list(streams)) return streams;
         if (streams.empty() && !is_any_stream()) return streams;

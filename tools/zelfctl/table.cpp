@@ -11,6 +11,15 @@
 
 namespace zelfctl {
 
+std::string number(u64 value) { return std::to_string(value); }
+
+std::string hex(u32 value, int digits)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*x", digits, value);
+    return text;
+}
+
 // Of each column.
 struct Table::Widths {
     std::vector<std::size_t> natural;  // with every cell on one line

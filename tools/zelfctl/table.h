@@ -5,7 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "language/types.h"
+
 namespace zelfctl {
+
+// How numbers stand in tables.
+std::string number(u64 value);
+std::string hex(u32 value, int digits = 1);  // with leading zeros up to so many digits
 
 struct Column {
     std::string title;

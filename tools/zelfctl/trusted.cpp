@@ -20,16 +20,16 @@ using zelfdb::Offset;
 constexpr key_t main_key = 0x5A454C01;
 constexpr key_t fdb_key = 0x5A454C02;
 
-// Detaches when it goes.
-class Attached {
+// A segment as far as its header, detached when this goes.
+class HeaderSeen {
 public:
-    explicit Attached(int id) : address_(shmat(id, nullptr, SHM_RDONLY)) {}
-    ~Attached()
+    explicit HeaderSeen(int id) : address_(shmat(id, nullptr, SHM_RDONLY)) {}
+    ~HeaderSeen()
     {
         if (*this) shmdt(address_);
     }
-    Attached(const Attached&) = delete;
-    Attached& operator=(const Attached&) = delete;
+    HeaderSeen(const HeaderSeen&) = delete;
+    HeaderSeen& operator=(const HeaderSeen&) = delete;
 
     explicit operator bool() const { return address_ != reinterpret_cast<void*>(-1); }
     [[nodiscard]] const Header& header() const { return *static_cast<const Header*>(address_); }
@@ -156,7 +156,7 @@ std::string why_not_a_database()
     u64 fdb_size = 0;
     if (!find(main_key, main_id, main_size) || !find(fdb_key, fdb_id, fdb_size)) return error_text();
     if (main_size < sizeof(Header)) return too_small("main", main_size, sizeof(Header));
-    const Attached main(main_id);
+    const HeaderSeen main(main_id);
     if (!main) return error_text();
     const Pools pools(main.header());
     if (main_size < pools.action.end()) return too_small("main", main_size, pools.action.end());

@@ -9,10 +9,9 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 at_a_time = 256;
+constexpr u32 vlans_at_a_time = 256;
 constexpr u32 most_ports = 199;
 constexpr u32 record_size = static_cast<u32>(sizeof(zelfdb_vlan_info) + most_ports * sizeof(u32));
-constexpr int attempts = 10;
 
 VlanView view_of(const u8* record)
 {
@@ -34,13 +33,13 @@ VlanView view_of(const u8* record)
 // One pass. False: a VLAN went away in the middle of it, or there are none.
 bool read_pass(std::vector<VlanView>& vlans)
 {
-    const Ropebuf buffer(zelfdb_alloc_ropebuf(at_a_time, record_size));
+    const Ropebuf buffer(zelfdb_alloc_ropebuf(vlans_at_a_time, record_size));
     if (!buffer) return false;
     zelfdb_cursor cursor{};
     int result = 1;
     while (result == 1) {
         // The reader adds to a count in the record, so a record that is used again has to be emptied.
-        std::memset(buffer->records, 0, std::size_t{at_a_time} * record_size);
+        std::memset(buffer->records, 0, std::size_t{vlans_at_a_time} * record_size);
         result = zelfdb_get_all_vlaninfo(&cursor, buffer.get());
         if (result < 0) return false;
         for (u32 i = 0; i < buffer->filled; ++i)
@@ -53,7 +52,7 @@ bool read_pass(std::vector<VlanView>& vlans)
 
 std::optional<std::vector<VlanView>> read_vlans()
 {
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    for (int attempt = 0; attempt < listing_attempts; ++attempt) {
         std::vector<VlanView> vlans;
         if (read_pass(vlans)) return vlans;
         zelfdb_summary summary{};

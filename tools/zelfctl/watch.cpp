@@ -84,7 +84,7 @@ std::string screen_of(const std::string& title, const std::vector<std::string>& 
     return screen;
 }
 
-std::string text_of(const std::vector<std::string>& lines, const std::vector<bool>& changed)
+std::string screen_of(const std::vector<std::string>& lines, const std::vector<bool>& changed)
 {
     std::string text;
     for (std::size_t i = 0; i < lines.size(); ++i) text += (changed[i] ? "*" : " ") + lines[i] + "\n";
@@ -130,7 +130,7 @@ int watch(const WatchOptions& options)
         const std::vector<std::string> lines = lines_of(text);
         const std::vector<bool> changed = changes.of(lines);
         const std::string shown = is_terminal ? screen_of(title_of(options, words), lines, changed)
-                                              : (round == 0 ? "" : "\n") + text_of(lines, changed);
+                                              : (round == 0 ? "" : "\n") + screen_of(lines, changed);
         if (std::fwrite(shown.data(), 1, shown.size(), stdout) != shown.size() || std::fflush(stdout) != 0)
             return exit_failed;
     }

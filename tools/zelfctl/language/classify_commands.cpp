@@ -8,8 +8,6 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 ext_words = 4;
-
 template <class Field>
 bool fill(Field& field, const Value& value)
 {

@@ -12,7 +12,6 @@ namespace {
 constexpr std::string_view absent = "-";
 constexpr u32 all_ones = 0xFFFFFFFF;
 constexpr u32 address_bits = 32;
-constexpr u32 ext_words = 4;
 constexpr u32 binding_words = 4;
 constexpr u32 kind_of_lone_number = 4;
 constexpr u32 kind_without_text = 3;

@@ -23,6 +23,7 @@ bool read_one_address(const Kind& kind, std::string_view text, Value& value);
 bool read_one_number(const Kind& kind, std::string_view text, Value& value);
 
 // numbers: four values, four masks. "-" is none.
+inline constexpr u32 ext_words = 4;
 bool read_ext_words(const Kind& kind, std::string_view text, Value& value);
 
 // numbers: four binding words, a number (high half) and its kind (low half).

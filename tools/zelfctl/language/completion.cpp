@@ -14,9 +14,9 @@ constexpr u32 few = 8;  // numbers of a range that is no longer than this are wo
 constexpr struct {
     std::string_view kind;
     std::string_view object;
-} objects[] = {{"port", "port"},   {"anyport", "port"}, {"mirror_port", "port"}, {"vlan", "vlan"},
-               {"vid", "vid"},     {"pvid", "vid"},     {"clslist", "clslist"},  {"stream", "stream"},
-               {"queue", "queue"}, {"group", "group"},  {"mirror", "mirror"}};
+} objects_of_kinds[] = {{"port", "port"},   {"anyport", "port"}, {"mirror_port", "port"}, {"vlan", "vlan"},
+                        {"vid", "vid"},     {"pvid", "vid"},     {"clslist", "clslist"},  {"stream", "stream"},
+                        {"queue", "queue"}, {"group", "group"},  {"mirror", "mirror"}};
 
 // Words that a kind reads beside numbers.
 constexpr struct {
@@ -115,9 +115,9 @@ std::vector<std::string> complete_command(const std::vector<std::string>& before
 
 std::string_view object_of_kind(std::string_view kind)
 {
-    const auto* const found =
-        std::find_if(std::begin(objects), std::end(objects), [&](const auto& row) { return row.kind == kind; });
-    return found == std::end(objects) ? std::string_view{} : found->object;
+    const auto* const found = std::find_if(std::begin(objects_of_kinds), std::end(objects_of_kinds),
+                                           [&](const auto& row) { return row.kind == kind; });
+    return found == std::end(objects_of_kinds) ? std::string_view{} : found->object;
 }
 
 bool word_begins_with(std::string_view word, std::string_view beginning)

@@ -46,6 +46,9 @@ private:
     std::vector<Named> values_;
 };
 
+// Of commands that switch something on or off.
+inline bool is_on(const Arguments& arguments) { return arguments.number("switch") != 0; }
+
 // How far the best attempt came, and what would have been right there.
 struct Mismatch {
     std::size_t token = 0;

@@ -9,8 +9,6 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 default_burst = 8000;
-
 // Flags of a port that only the network processor gives a meaning to.
 constexpr u32 flag_forward = 0x0002;
 constexpr u32 flag_heed_priority = 0x0100;
@@ -44,8 +42,6 @@ Outcome change_flags(zelfdb_descriptor* descriptor, u32 port, u32 flags, u32 mas
     change.selector = ZELFDB_SELECT_P_FLAG | ZELFDB_SELECT_P_FLAG_TO_NP;
     return change_port(descriptor, port, change);
 }
-
-bool is_on(const Arguments& arguments) { return arguments.number("switch") != 0; }
 
 Outcome change_flag(zelfdb_descriptor* descriptor, const Arguments& arguments, u32 flag, bool set)
 {

@@ -9,14 +9,12 @@
 namespace zelfctl {
 namespace {
 
-constexpr u32 default_burst = 8000;
 constexpr u32 default_queue_length = 16384;
 constexpr u32 default_queue_size = 7;  // with it, all 1024 streams and their 8192 queues fit the budget in turn
 constexpr u32 default_ratio = 1;
 constexpr u32 streams_of_port = 256;
 constexpr u32 classes = 8;
 constexpr u32 ports_with_streams = 4;
-constexpr u32 tos_entries = 8;
 
 u32 usual_number(u32 port, u32 position) { return (port - 1) * streams_of_port + position - 1; }
 
@@ -144,7 +142,7 @@ Outcome resize(const QueueTarget& target, u32 size, u32 length)
     return outcome_of(result, code);
 }
 
-bool read_queue(u32 queue, QueueInfo& info, Outcome& outcome)
+bool query_queue(u32 queue, QueueInfo& info, Outcome& outcome)
 {
     u32 words[6] = {};
     u32 code = 0;
@@ -298,7 +296,7 @@ Outcome set_queue_length(zelfdb_descriptor*, const Arguments& arguments)
     if (!target) return target.outcome;
     QueueInfo info{};
     Outcome outcome;
-    if (!read_queue(target.queue, info, outcome)) return outcome;
+    if (!query_queue(target.queue, info, outcome)) return outcome;
     return resize(target, info.size, arguments.number("qlength"));
 }
 
@@ -308,7 +306,7 @@ Outcome set_queue_size(zelfdb_descriptor*, const Arguments& arguments)
     if (!target) return target.outcome;
     QueueInfo info{};
     Outcome outcome;
-    if (!read_queue(target.queue, info, outcome)) return outcome;
+    if (!query_queue(target.queue, info, outcome)) return outcome;
     return resize(target, arguments.number("qsize"), info.length);
 }
 

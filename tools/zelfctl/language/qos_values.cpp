@@ -5,7 +5,6 @@ namespace {
 
 constexpr u32 most_positions = 256;
 constexpr u32 most_classes = 8;
-constexpr u32 tos_entries = 8;
 constexpr u32 default_tos_mask = 255;
 
 // The number before the next separator, which goes away with it. False if there is no separator or no number.

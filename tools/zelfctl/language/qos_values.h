@@ -12,6 +12,7 @@ bool read_queue(const Kind& kind, std::string_view text, Value& value);      // 
 bool read_pair(const Kind& kind, std::string_view text, Value& value);       // numbers: both the same if one is written
 bool read_wide_pair(const Kind& kind, std::string_view text, Value& value);  // the same, of any 32 bits
 bool read_tosmap(const Kind& kind, std::string_view text, Value& value);     // numbers: eight values, eight masks
+inline constexpr u32 tos_entries = 8;
 
 // Whether a pair was written as one.
 inline bool wrote_second(const Value& pair) { return (pair.given & 2U) != 0; }

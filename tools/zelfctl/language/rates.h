@@ -8,6 +8,7 @@
 namespace zelfctl {
 
 inline constexpr u32 rate_unit = 1000;
+inline constexpr u32 default_burst = 8000;  // of texts that tell none
 
 // The rates that a text has the same number for.
 constexpr u32 lowest_rate(u32 thousands) { return thousands * rate_unit; }

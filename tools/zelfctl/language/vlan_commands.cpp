@@ -12,8 +12,6 @@ constexpr u32 default_tagtype = 0x8100;
 
 Outcome no_vlan(const std::string& name) { return {false, ZELFDB_NO_VLAN, "no VLAN '" + name + "'"}; }
 
-bool is_on(const Arguments& arguments) { return arguments.number("switch") != 0; }
-
 // An operation on one VLAN, or with VID 0 on all of them.
 using Setting = int (*)(u32 vid, u32 value, u32* code);
 
@@ -43,10 +41,11 @@ Outcome set_one(zelfdb_descriptor* descriptor, const Arguments& arguments, Setti
 bool is_member(zelfdb_descriptor* descriptor, u32 vid, u32 port)
 {
     constexpr i32 most_members = 8;
-    u32 ports[most_members] = {};
+    u32 members[most_members] = {};
     u32 code = 0;
-    const int count = zelfdb_get_portID_from_vid2(descriptor, most_members, vid, ports, &code);
-    return std::find(ports, ports + std::max(count, 0), port) != ports + std::max(count, 0);
+    const int count = zelfdb_get_portID_from_vid2(descriptor, most_members, vid, members, &code);
+    u32* const end = members + std::max(count, 0);
+    return std::find(members, end, port) != end;
 }
 
 // A membership that exists already is refused for what came with it: the PVID, or the VLAN's virtual interface.
