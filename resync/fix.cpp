@@ -17,11 +17,11 @@ struct Plan {
 };
 
 // Items by their objects.
-using Index = std::map<Object, const Item*>;
+using ItemIndex = std::map<Object, const Item*>;
 
-Index index_of(const Wanted& wanted)
+ItemIndex index_of(const Wanted& wanted)
 {
-    Index index;
+    ItemIndex index;
     for (const Item& item : wanted.items) index[item.object] = &item;
     return index;
 }
@@ -45,7 +45,7 @@ void make_anew(Plan& plan, const Found& found, const Object& object)
     }
 }
 
-void plan_difference(Plan& plan, const Index& index, const Found& found, const Difference& finding)
+void plan_difference(Plan& plan, const ItemIndex& index, const Found& found, const Difference& finding)
 {
     if (finding.object.kind == ObjectKind::entry) {  // an entry that is there is replaced
         plan.send.insert(finding.object);
@@ -94,7 +94,7 @@ void make_bindings_anew(Plan& plan, const Wanted& wanted, const Found& found, u3
 Plan plan_of(const Wanted& wanted, const Found* found, const std::vector<Difference>& findings)
 {
     Plan plan;
-    const Index index = index_of(wanted);
+    const ItemIndex index = index_of(wanted);
     for (const Difference& finding : findings) {
         if (finding.what == What::missing) plan.send.insert(finding.object);
         if (finding.what == What::extra) plan.remove.insert(finding.np_object);

@@ -147,7 +147,7 @@ void do_aging(Calls& c, Input& in)
     c.plain.age(c.now_s, answer);
 }
 
-constexpr Operation table[] = {
+constexpr Operation entries_table[] = {
     {"create_sfil", create_sfil},
     {"delete_sfil", delete_sfil},
     {"create_lfil", create_lfil},
@@ -163,6 +163,6 @@ constexpr Operation table[] = {
 
 }  // namespace
 
-const std::span<const Operation> calls_of_entries = table;
+const std::span<const Operation> calls_of_entries = entries_table;
 
 }  // namespace fuzz

@@ -169,7 +169,7 @@ void set_ph_shaping(Calls& c, Input& in)
            c.plain.set_ph_shaping(id, rate, param2));
 }
 
-constexpr Operation table[] = {
+constexpr Operation ports_table[] = {
     {"create_port", create_port},
     {"create_port", create_port},
     {"delete_port", delete_port},
@@ -191,6 +191,6 @@ constexpr Operation table[] = {
 
 }  // namespace
 
-const std::span<const Operation> calls_of_ports = table;
+const std::span<const Operation> calls_of_ports = ports_table;
 
 }  // namespace fuzz

@@ -172,7 +172,7 @@ void disable_mirror(Calls& c, Input& in)
     expect(Word::preset, said([&](u32* err) { return zelfdb_disable_mirror(id, err); }), c.plain.disable_mirror(id));
 }
 
-constexpr Operation table[] = {
+constexpr Operation profiles_table[] = {
     {"create_classify_profile", create_profile},
     {"delete_classify_profile", delete_profile},
     {"add_classify_profile_to_pv", bind_profile},
@@ -193,6 +193,6 @@ constexpr Operation table[] = {
 
 }  // namespace
 
-const std::span<const Operation> calls_of_profiles = table;
+const std::span<const Operation> calls_of_profiles = profiles_table;
 
 }  // namespace fuzz

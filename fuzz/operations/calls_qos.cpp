@@ -209,7 +209,7 @@ void stream_figures(Calls&, Input& in)
     if (!std::equal(answers.busy.begin(), answers.busy.end(), out)) found("%s: another answer than the NP's", called);
 }
 
-constexpr Operation table[] = {
+constexpr Operation qos_table[] = {
     {"create_queue", create_queue},
     {"delete_queue", delete_queue},
     {"add_queue_to_stream", add_queue_to_stream},
@@ -233,6 +233,6 @@ constexpr Operation table[] = {
 
 }  // namespace
 
-const std::span<const Operation> calls_of_qos = table;
+const std::span<const Operation> calls_of_qos = qos_table;
 
 }  // namespace fuzz

@@ -100,13 +100,13 @@ void read_into_nothing(Calls& c, Input& in)
     expect_result(zelfdb_get_vid_from_portID2(&c.descriptor, 0, 1, vids, nullptr), -1);
 }
 
-constexpr Operation table[] = {
+constexpr Operation readers_table[] = {
     {"readers of a port", read_port},   {"readers of a VLAN", read_vlan}, {"get_vid", read_name},
     {"readers of the rest", read_rest}, {"reconfig", reconfigure},        {"bulk readers", read_into_nothing},
 };
 
 }  // namespace
 
-const std::span<const Operation> calls_of_readers = table;
+const std::span<const Operation> calls_of_readers = readers_table;
 
 }  // namespace fuzz

@@ -116,7 +116,7 @@ void remove_prot_from_group(Calls& c, Input& in)
            c.plain.remove_protocol(what, id));
 }
 
-constexpr Operation table[] = {
+constexpr Operation vlans_table[] = {
     {"create_vlan", create_vlan},
     {"create_vlan", create_vlan},
     {"create_vlan without a VID", create_vlan_nowhere},
@@ -136,6 +136,6 @@ constexpr Operation table[] = {
 
 }  // namespace
 
-const std::span<const Operation> calls_of_vlans = table;
+const std::span<const Operation> calls_of_vlans = vlans_table;
 
 }  // namespace fuzz

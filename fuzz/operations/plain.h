@@ -18,6 +18,10 @@ namespace fuzz {
 
 using namespace zelfdb;
 
+// What records of less than 32 bits keep of an argument.
+inline u16 low_half(u32 value) { return static_cast<u16>(value & 0xFFFF); }
+inline u8 low_byte(u32 value) { return static_cast<u8>(value & 0xFF); }
+
 using Address = std::array<u8, 6>;
 
 struct PlainEntry {

@@ -14,9 +14,6 @@ constexpr std::size_t groups_max = 8;
 constexpr std::size_t protocols_max = 8;
 constexpr u32 down_flags = 0x7;  // that a port which is down or tripped must not have
 
-u16 low_half(u32 value) { return static_cast<u16>(value & 0xFFFF); }
-u8 low_byte(u32 value) { return static_cast<u8>(value & 0xFF); }
-
 bool binds(const PlainPort& port, u32 group)
 {
     return std::any_of(port.bindings.begin(), port.bindings.end(),

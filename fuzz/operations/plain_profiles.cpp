@@ -10,8 +10,6 @@ constexpr u32 highest_profile = 64;
 constexpr u32 profile_records = 64;
 constexpr std::size_t lines_max = 256;
 
-u16 low_half(u32 value) { return static_cast<u16>(value & 0xFFFF); }
-
 }  // namespace
 
 u32 Plain::create_profile(u32 number)

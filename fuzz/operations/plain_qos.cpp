@@ -11,8 +11,6 @@ constexpr u32 queue_records = 8192;
 constexpr u32 highest_stream = 1023;
 constexpr u32 stream_records = 1024;
 
-u8 low_byte(u32 value) { return static_cast<u8>(value & 0xFF); }
-
 // The budget wraps as any number of 32 bits.
 i32 moved(i32 budget, i64 by) { return static_cast<i32>(static_cast<u32>((i64{budget} + by) & 0xFFFFFFFF)); }
 

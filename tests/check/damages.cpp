@@ -8,19 +8,19 @@ namespace {
 using Db = FurnishedDatabase;
 
 // The word that the finding must point at, and the two values.
-struct Wanted {
+struct WantedFinding {
     const void* word;
     std::string found;
     std::string expected;
 };
 
 template <class Word>
-Wanted at(const Word& word, std::string found, std::string expected)
+WantedFinding at(const Word& word, std::string found, std::string expected)
 {
     return {&word, std::move(found), std::move(expected)};
 }
 // A link, set to lead elsewhere.
-Wanted at(Offset& link, Offset value, std::string expected)
+WantedFinding at(Offset& link, Offset value, std::string expected)
 {
     link = value;
     return {&link, hex(value), std::move(expected)};
@@ -30,7 +30,7 @@ struct Damage {
     const char* name;
     const char* object;
     const char* field;
-    Wanted (*make)(Db& db);
+    WantedFinding (*make)(Db& db);
 };
 using Damages = std::vector<Damage>;
 
@@ -537,7 +537,7 @@ protected:
     }
     Finding expected_of(const Damage& damage)
     {
-        const Wanted wanted = damage.make(*this);
+        const WantedFinding wanted = damage.make(*this);
         Finding finding{Severity::error, damage.object, Segment::main,   0,
                         damage.field,    wanted.found,  wanted.expected, ""};
         place(d(), wanted.word, finding);

@@ -4,7 +4,7 @@
 namespace zelfdb {
 namespace {
 
-constexpr u32 unknown = 33;
+constexpr u32 unknown_list = 33;
 
 // Profile 1 has three lines and is bound; profile 2 is empty; profile 3 has one line.
 class ProfileFrame : public ProfileTest {
@@ -44,13 +44,13 @@ std::vector<FrameRow> ProfileFrame::rows()
             [](With w) { return zelfdb_rem_classify_profile_from_pv(2, 20, w.err); }),
         row(
             "add line", [](With w) { return zelfdb_add_classify_action_to_profile(1, 2, &line, w.err); },
-            [](With w) { return zelfdb_add_classify_action_to_profile(unknown, 2, &line, w.err); }),
+            [](With w) { return zelfdb_add_classify_action_to_profile(unknown_list, 2, &line, w.err); }),
         row(
             "remove line", [](With w) { return zelfdb_rem_classify_action_from_profile(1, 3, w.err); },
             [](With w) { return zelfdb_rem_classify_action_from_profile(1, 4, w.err); }),
         row(
             "remove all lines", [](With w) { return zelfdb_rem_classify_all_from_profile(1, w.err); },
-            [](With w) { return zelfdb_rem_classify_all_from_profile(unknown, w.err); }),
+            [](With w) { return zelfdb_rem_classify_all_from_profile(unknown_list, w.err); }),
     };
 }
 

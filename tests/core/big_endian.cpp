@@ -29,6 +29,7 @@ Schema joined(const std::vector<Schema>& parts)
     return all;
 }
 
+namespace schema_of {
 const Schema fdb_head{{4, 7 + 256}};
 const Schema fil{{4, 7}, {1, 8}, {4, 2}};
 const Schema phport{{2, 1}, {1, 2}, {4, 5}};
@@ -45,6 +46,7 @@ const Schema pv{{2, 1}, {1, 2}, {4, 7}, {1, 2}, {2, 1}, {4, 5}};
 const Schema classify{{2, 1}, {1, 2}, {4, 5}};
 const Schema action{{4, 4}, {2, 1}, {1, 2}, {4, 1}, {1, 4}, {2, 8}, {1, 8}, {4, 8}, {2, 8}, {4, 8}};
 const Schema header{{4, 0x198B8 / 4}, {2, 8 * 10 + 4 * 11}};
+}  // namespace schema_of
 
 // Turns the fields of one record over, and returns where the next one starts.
 u8* turn_over(u8* at, const Schema& schema)
@@ -73,15 +75,15 @@ void expect_end(const u8* at, const std::vector<u8>& bytes)
 std::vector<u8> big_endian_main(const std::vector<u8>& native, u32 nport, u32 nvlan, u32 nfil)
 {
     std::vector<u8> bytes = native;
-    u8* at = turn_over(bytes.data(), header);
-    at = turn_over(at, fil, nfil);
-    at = turn_over(at, port, nport);
-    at = turn_over(at, stream, 1024);
-    at = turn_over(at, queue, 8192);
-    at = turn_over(at, joined({vlan, times(8, pv)}), nvlan);
-    at = turn_over(at, phport, 4);
-    at = turn_over(at, classify, 64);
-    at = turn_over(at, action, 16384);
+    u8* at = turn_over(bytes.data(), schema_of::header);
+    at = turn_over(at, schema_of::fil, nfil);
+    at = turn_over(at, schema_of::port, nport);
+    at = turn_over(at, schema_of::stream, 1024);
+    at = turn_over(at, schema_of::queue, 8192);
+    at = turn_over(at, joined({schema_of::vlan, times(8, schema_of::pv)}), nvlan);
+    at = turn_over(at, schema_of::phport, 4);
+    at = turn_over(at, schema_of::classify, 64);
+    at = turn_over(at, schema_of::action, 16384);
     expect_end(at, bytes);
     return bytes;
 }
@@ -89,7 +91,7 @@ std::vector<u8> big_endian_main(const std::vector<u8>& native, u32 nport, u32 nv
 std::vector<u8> big_endian_fdb(const std::vector<u8>& native)
 {
     std::vector<u8> bytes = native;
-    expect_end(turn_over(bytes.data(), fil, static_cast<u32>(bytes.size() / 44)), bytes);
+    expect_end(turn_over(bytes.data(), schema_of::fil, static_cast<u32>(bytes.size() / 44)), bytes);
     return bytes;
 }
 

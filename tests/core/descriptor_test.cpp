@@ -19,11 +19,11 @@ constexpr const char* no_segment = "libzelfdb: open_descriptor shmget fail\n";
 constexpr const char* not_attached = "libzelfdb: open_descriptor shmat fail\n";
 constexpr const char* no_NP = "libzelfdb: open_descriptor vf_init fail\n";
 
-using Open = zelfdb_descriptor* (*)();
+using Opening = zelfdb_descriptor* (*)();
 
 struct Way {
     const char* name;
-    Open open;
+    Opening open;
 };
 
 void PrintTo(const Way& way, std::ostream* out) { *out << way.name; }
@@ -44,7 +44,7 @@ protected:
     }
 
     // What a failing open says.
-    static std::string refusal(Open open)
+    static std::string refusal(Opening open)
     {
         CaptureStdout();
         EXPECT_EQ(nullptr, open());

@@ -121,8 +121,8 @@ protected:
     static u32 word_of(u32 id) { return Kind::slot0 / 4 + id; }
 };
 
-using Kinds = testing::Types<PhportIndex, PortIndex, StreamIndex, QueueIndex, VlanIndex, ClassifyIndex>;
-TYPED_TEST_SUITE(Indexes, Kinds, IndexNames);
+using IndexKinds = testing::Types<PhportIndex, PortIndex, StreamIndex, QueueIndex, VlanIndex, ClassifyIndex>;
+TYPED_TEST_SUITE(Indexes, IndexKinds, IndexNames);
 
 TYPED_TEST(Indexes, LowestAndHighestIdHaveASlotAndAreFound)
 {

@@ -7,7 +7,7 @@
 namespace zelfdb {
 namespace {
 
-class Layout : public FurnishedDatabase {
+class LayoutBytes : public FurnishedDatabase {
 protected:
     void SetUp() override { Database::SetUp(); }
 
@@ -23,9 +23,12 @@ protected:
     std::vector<u8> fdb_bytes() const { return big_endian_fdb(snapshot().fdb); }
 };
 
-TEST_F(Layout, FreshMainSegmentIsTheGoldenOneByteForByte) { expect_golden(golden("fresh_main.txt"), main_bytes()); }
+TEST_F(LayoutBytes, FreshMainSegmentIsTheGoldenOneByteForByte)
+{
+    expect_golden(golden("fresh_main.txt"), main_bytes());
+}
 
-TEST_F(Layout, FreshFdbSegmentIsTheGoldenOneByteForByte) { expect_golden(golden("fresh_fdb.txt"), fdb_bytes()); }
+TEST_F(LayoutBytes, FreshFdbSegmentIsTheGoldenOneByteForByte) { expect_golden(golden("fresh_fdb.txt"), fdb_bytes()); }
 
 // For other counts: the words that depend on them, from the sizes of the records alone.
 struct Counts {
@@ -85,7 +88,7 @@ TEST(LayoutSize, OfNothingIsTheHeaderAndTheFixedPools)
     EXPECT_EQ(0x2F2010u, layout_of(0, 0, 0).end);
 }
 
-TEST_F(Layout, ANewFilteringDatabaseIsEmpty)
+TEST_F(LayoutBytes, ANewFilteringDatabaseIsEmpty)
 {
     struct {
         FdbHead fdb;
@@ -104,7 +107,7 @@ TEST_F(Layout, ANewFilteringDatabaseIsEmpty)
 }
 
 // One of everything, made, changed and partly unmade, at a time and with ticks that do not move.
-class WorkedLayout : public Layout {
+class WorkedLayout : public LayoutBytes {
 protected:
     void work()
     {

@@ -278,9 +278,9 @@ protected:
     }
 };
 
-using Kinds = testing::Types<PhportList, PortList, StreamList, QueueList, VlanList, ClassifyList, PvidChain,
-                             StreamsOfPort, QueuesOfSlot, PvsOfVlan, PvsOfPort, PvsOfClassify>;
-TYPED_TEST_SUITE(Lists, Kinds, ListNames);
+using ListKinds = testing::Types<PhportList, PortList, StreamList, QueueList, VlanList, ClassifyList, PvidChain,
+                                 StreamsOfPort, QueuesOfSlot, PvsOfVlan, PvsOfPort, PvsOfClassify>;
+TYPED_TEST_SUITE(Lists, ListKinds, ListNames);
 
 TYPED_TEST(Lists, KeepTheirKeysInOrderAndANewRecordBehindItsEquals)
 {

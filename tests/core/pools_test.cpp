@@ -209,9 +209,9 @@ protected:
     }
 };
 
-using Kinds =
+using PoolKinds =
     testing::Types<PhportKind, PortKind, StreamKind, QueueKind, VlanKind, PvKind, FilKind, ClassifyKind, ActionKind>;
-TYPED_TEST_SUITE(Pools, Kinds, KindNames);
+TYPED_TEST_SUITE(Pools, PoolKinds, KindNames);
 
 TYPED_TEST(Pools, HandOutEveryRecordOnceFromTheTopDownAndThenNothing)
 {

@@ -9,7 +9,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr u32 now_s = 10000;
 constexpr u32 long_ago_s = 1000;
 
 class Aging : public Fdb {
@@ -22,7 +21,7 @@ protected:
         given_open_port(5);
         given_vlan(10, "sales");
         environment::reset();
-        environment::set_time_s(now_s);
+        environment::set_time_s(start_s);
     }
     // The NP stands at 5 000 000 ms and has not seen the station, or any station, for so long.
     static constexpr u32 np_tick_ms = 5000000;
@@ -41,7 +40,7 @@ protected:
 
 TEST_F(Aging, AnEntryIdleForLongerThanItsPortsAgingTimeIsRemoved)
 {
-    given_learned(10, b, 3, 1, now_s);
+    given_learned(10, b, 3, 1, start_s);
     given_learned(10, a, 3, 1, long_ago_s);
     idle(a, 300001);
     Snapshot expected = snapshot();
@@ -69,7 +68,7 @@ TEST_F(Aging, OneThatIsStillInUseIsRefreshedWithTheNPsLastHit)
     idle(299500);
     Snapshot expected = snapshot();
     in(expected, *fil(10, a)).lastValidate = np_tick_ms - 299500;
-    in(expected, *fil(10, a)).last_seen = now_s - 299;
+    in(expected, *fil(10, a)).last_seen = start_s - 299;
     expected.commands = {find_line(10, a)};
     sweep();
     EXPECT_TRUE(same(expected, snapshot()));
@@ -98,7 +97,7 @@ TEST_F(Aging, TheNPsIdleTimeDecidesToTheMillisecond)
         ASSERT_EQ(row.stays, fil(10, a) != nullptr);
         if (!row.stays) continue;
         EXPECT_EQ(np_tick_ms - row.idle_ms, fil(10, a)->lastValidate);
-        EXPECT_EQ(now_s - row.seconds, fil(10, a)->last_seen);
+        EXPECT_EQ(start_s - row.seconds, fil(10, a)->last_seen);
         ASSERT_EQ(0u, rem_fdbentry(d(), fil_dynamic, table(10), a, nullptr, 0));
     }
 }
@@ -110,21 +109,21 @@ TEST_F(Aging, TheNPIsAskedOnlyAboutEntriesNotSeenForLongerThanTheAgingTime)
         u32 last_seen_s;
         bool asked;
     };
-    for (const Row& row : {Row{now_s, false},
-                           {now_s - 1, false},
-                           {now_s - 299, false},
-                           {now_s - 300, false},
-                           {now_s - 301, true},
+    for (const Row& row : {Row{start_s, false},
+                           {start_s - 1, false},
+                           {start_s - 299, false},
+                           {start_s - 300, false},
+                           {start_s - 301, true},
                            {0, true},
                            // Seen in the future: the host's clock was set back, and the difference is unsigned.
-                           {now_s + 1, true},
-                           {now_s + 300, true},
+                           {start_s + 1, true},
+                           {start_s + 300, true},
                            {0xFFFFFFFF, true}}) {
         SCOPED_TRACE(row.last_seen_s);
         given_learned(10, a, 3, 77, row.last_seen_s);
         sweep();
         EXPECT_EQ(row.asked ? std::vector{find_line(10, a)} : std::vector<std::string>{}, sent());
-        EXPECT_EQ(row.asked ? now_s : row.last_seen_s, fil(10, a)->last_seen);
+        EXPECT_EQ(row.asked ? start_s : row.last_seen_s, fil(10, a)->last_seen);
         EXPECT_EQ(row.asked ? np_tick_ms : 77, fil(10, a)->lastValidate);
         ASSERT_EQ(0u, rem_fdbentry(d(), fil_dynamic, table(10), a, nullptr, 0));
         forget();
@@ -137,10 +136,10 @@ TEST_F(Aging, ARefreshedEntryIsAskedAboutAgainOnlyWhenTheRestOfItsTimeIsUp)
     idle(100000);
     sweep();
     EXPECT_EQ(1u, sent().size());
-    environment::set_time_s(now_s + 200);
+    environment::set_time_s(start_s + 200);
     sweep();
     EXPECT_THAT(sent(), IsEmpty());
-    environment::set_time_s(now_s + 201);
+    environment::set_time_s(start_s + 201);
     idle(301000);
     sweep();
     EXPECT_THAT(sent(), ElementsAre(find_line(10, a), remove_line(10, a)));
@@ -149,16 +148,16 @@ TEST_F(Aging, ARefreshedEntryIsAskedAboutAgainOnlyWhenTheRestOfItsTimeIsUp)
 TEST_F(Aging, OnAPortWithAging0EveryEntryNotSeenInThisSecondIsAskedAboutAndGoesWithAnyIdleTime)
 {
     port(3)->aging = 0;
-    given_learned(10, a, 3, 1, now_s);
+    given_learned(10, a, 3, 1, start_s);
     idle(5000);
     sweep();
     EXPECT_THAT(sent(), IsEmpty()) << "seen in this second";
-    fil(10, a)->last_seen = now_s - 1;
+    fil(10, a)->last_seen = start_s - 1;
     idle(0);
     sweep();
     EXPECT_THAT(sent(), ElementsAre(find_line(10, a)));
-    EXPECT_EQ(now_s, fil(10, a)->last_seen);
-    fil(10, a)->last_seen = now_s - 1;
+    EXPECT_EQ(start_s, fil(10, a)->last_seen);
+    fil(10, a)->last_seen = start_s - 1;
     idle(1);
     sweep();
     EXPECT_THAT(sent(), ElementsAre(find_line(10, a), remove_line(10, a)));
@@ -205,7 +204,7 @@ TEST_F(Aging, TheNPsTickMayWrapBetweenTheLastHitAndNow)
     sweep();
     ASSERT_NE(nullptr, fil(10, a));
     EXPECT_EQ(0xFFFFFF00u, fil(10, a)->lastValidate);
-    EXPECT_EQ(now_s, fil(10, a)->last_seen) << "356 ms";
+    EXPECT_EQ(start_s, fil(10, a)->last_seen) << "356 ms";
     fil(10, a)->last_seen = long_ago_s;
     recorder::answer_find(0, 300000, 0xFFFFFFFF);
     sweep();
@@ -385,7 +384,7 @@ TEST_F(Aging, AnotherEntrysAnswerIsNeverUsedForOneWithoutAnAnswer)
     sweep();
     EXPECT_THAT(chain_of(table(10), 0xFF), ElementsAre(text(b), text(c)));
     EXPECT_EQ(long_ago_s, fil(10, b)->last_seen);
-    EXPECT_EQ(now_s - 5, fil(10, c)->last_seen);
+    EXPECT_EQ(start_s - 5, fil(10, c)->last_seen);
 }
 
 TEST_F(Aging, ARemovalThatTheNPRefusesHappensAllTheSame)

@@ -27,6 +27,9 @@ std::string find_line(u32 FID, const Mac& mac);
 // One command that removes all of them.
 std::string batch_line(u32 FID, const std::vector<Mac>& macs);
 
+// What the clock says when a test begins that looks at when entries were seen.
+inline constexpr u32 start_s = 10000;
+
 // The counters of one database, and those of all together.
 struct Counts {
     u32 nfil;

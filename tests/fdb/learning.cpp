@@ -9,8 +9,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr u32 now_s = 7000;
-
 class Learning : public Fdb {
 protected:
     explicit Learning(u32 nfil = default_nfil) : Fdb(default_nport, default_nvlan, nfil) {}
@@ -26,7 +24,7 @@ protected:
             given_member(10, port_id);
         }
         environment::reset();
-        environment::set_time_s(now_s);
+        environment::set_time_s(start_s);
     }
     // The indication is used or not, but nothing changes and nothing is sent.
     void expect_ignored(const char* why, u32 port_id, const Mac& source, u32 cookie = 0xFFFFFFFF)
@@ -63,7 +61,7 @@ TEST_F(Learning, ANewStationBecomesTheFirstOfItsChain)
     entry.fil_permit = 0;
     entry.mac = a;
     entry.lastValidate = 123456;
-    entry.last_seen = now_s;
+    entry.last_seen = start_s;
     in(expected, record(31 * 44)).link.prev = Offset{30 * 44};
     in(expected, record(29 * 44)).link.prev = none;
     header_in(expected).fil_free = Offset{29 * 44};
@@ -102,7 +100,7 @@ TEST_F(Learning, ALearnedEntryKeepsNothingOfTheOneThatHadItsRecord)
     EXPECT_EQ(3u, entry.fil_type);
     EXPECT_EQ(0u, entry.fil_permit);
     EXPECT_EQ(5u, entry.lastValidate);
-    EXPECT_EQ(now_s, entry.last_seen);
+    EXPECT_EQ(start_s, entry.last_seen);
 }
 
 TEST_F(Learning, TheCookieOfANewStationIsNotLookedAt)
@@ -181,7 +179,7 @@ TEST_F(Learning, IsIgnoredWhenTheFrameHasNoVlan)
 TEST_F(Learning, IsIgnoredForTheSamePortAndNotEvenTheTimesChange)
 {
     ASSERT_EQ(0, learn(3, a, 100));
-    environment::set_time_s(now_s + 100);
+    environment::set_time_s(start_s + 100);
     expect_ignored("same port", 3, a, cookie_of(10, a));
 }
 
@@ -330,7 +328,7 @@ TEST_F(Learning, AStationThatTheNPRefusesIsAnErrorItsRecordStaysTakenAndNothingI
         lost.fil_type = 3;
         lost.mac = a;
         lost.lastValidate = 99;
-        lost.last_seen = now_s;
+        lost.last_seen = start_s;
         in(expected, record(30 * 44)).link.prev = none;
         header_in(expected).fil_free = Offset{30 * 44};
         expected.commands = {add_line(10, a, 3, 31 * 44)};
@@ -365,14 +363,14 @@ TEST_F(Learning, AMovedStationIsRemovedAndLearnedAnewInTheSameRecord)
 {
     for (const Mac& one : {b, a, c}) ASSERT_EQ(0, learn(3, one, 100));
     forget();
-    environment::set_time_s(now_s + 50);
+    environment::set_time_s(start_s + 50);
     const u32 place = cookie_of(10, a);
     Snapshot expected = snapshot();
     Fil& moved = in(expected, *fil(10, a));
     moved.link = {offset_of(fdb(), *fil(10, c)), Offset{place}};
     moved.port = 105;
     moved.lastValidate = 200;
-    moved.last_seen = now_s + 50;
+    moved.last_seen = start_s + 50;
     in(expected, *fil(10, c)).link = {offset_of(fdb(), *fil(10, b)), Offset{place}};
     in(expected, *fil(10, b)).link.prev = offset_of(fdb(), *fil(10, c));
     in(expected, table(10)).bucket[0xFF] = Offset{place};

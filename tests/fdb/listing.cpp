@@ -10,8 +10,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr u32 now_s = 10000;
-
 class Listing : public Fdb {
 protected:
     void SetUp() override
@@ -22,7 +20,7 @@ protected:
         given_vlan(10, "sales");
         given_vlan(20, "lab");
         environment::reset();
-        environment::set_time_s(now_s);
+        environment::set_time_s(start_s);
     }
     int learned(zelfdb_fdb_cursor& cursor, const Buffer& buffer, u32 vid = 10)
     {
@@ -52,7 +50,7 @@ protected:
     std::vector<std::string> given_five_learned()
     {
         const std::vector<Mac> order = {mac(0x0000), mac(0x0201), mac(0x0102), mac(0x0003), mac(0x00FF)};
-        for (auto it = order.rbegin(); it != order.rend(); ++it) given_learned(10, *it, 3, 0, now_s - 7);
+        for (auto it = order.rbegin(); it != order.rend(); ++it) given_learned(10, *it, 3, 0, start_s - 7);
         std::vector<std::string> texts;
         for (const Mac& one : order) texts.push_back(text(one));
         return texts;
@@ -87,7 +85,7 @@ protected:
 
 TEST_F(Listing, ALearnedEntryIsListedWithBucketAddressFlagPermitPortAndAge)
 {
-    given_learned(10, a, 5, 0, now_s - 42);
+    given_learned(10, a, 5, 0, start_s - 42);
     zelfdb_fdb_cursor cursor{};
     const Buffer buffer = buffer_of(3);
     EXPECT_EQ(0, learned(cursor, buffer));
@@ -166,8 +164,8 @@ TEST_F(Listing, RecordsLieAtTheRecordSizeAndNothingBehindThemIsWritten)
 {
     for (const u32 record_size : {20u, 21u, 24u, 33u}) {
         SCOPED_TRACE(record_size);
-        given_learned(10, b, 5, 0, now_s - 2);
-        given_learned(10, a, 3, 0, now_s - 1);
+        given_learned(10, b, 5, 0, start_s - 2);
+        given_learned(10, a, 3, 0, start_s - 1);
         zelfdb_fdb_cursor cursor{};
         const Buffer buffer = buffer_of(3, record_size);
         EXPECT_EQ(0, learned(cursor, buffer));

@@ -33,7 +33,7 @@ protected:
 constexpr u32 unknown = 77;
 constexpr zelfdb_port_param all_new{0x0100, 0, 5, 3, 0, 0x88A8, 99};
 constexpr i32 every_selector = 0x80FD;
-constexpr u32 cosmap[8] = {7, 6, 5, 4, 3, 2, 1, 0};
+constexpr u32 descending[8] = {7, 6, 5, 4, 3, 2, 1, 0};
 
 std::vector<FrameRow> PortFrame::rows()
 {
@@ -68,8 +68,8 @@ std::vector<FrameRow> PortFrame::rows()
          [](With w) { return zelfdb_set_port_class_policing(1, 7, 10, 20, 1, w.err); },
          [](With w) { return zelfdb_set_port_class_policing(1, 8, 10, 20, 1, w.err); }},
         {"set_port_cosmap", opens, M, on_failure, ignored,
-         [](With w) { return zelfdb_set_port_cosmap(1, 0xFF, cosmap, w.err); },
-         [](With w) { return zelfdb_set_port_cosmap(unknown, 0xFF, cosmap, w.err); }},
+         [](With w) { return zelfdb_set_port_cosmap(1, 0xFF, descending, w.err); },
+         [](With w) { return zelfdb_set_port_cosmap(unknown, 0xFF, descending, w.err); }},
         {"set_port_bandwidth_calc_mode", opens, M, on_failure, ignored,
          [](With w) { return zelfdb_set_port_bandwidth_calc_mode(1, 1, w.err); },
          [](With w) { return zelfdb_set_port_bandwidth_calc_mode(unknown, 1, w.err); }},

@@ -20,7 +20,7 @@ private:
     Port* port_ = nullptr;
 };
 
-constexpr u32 cosmap[8] = {7, 0, 0xFFFFFFFF, 3, 4, 5, 6, 0x80000000};
+constexpr u32 unlike_words[8] = {7, 0, 0xFFFFFFFF, 3, 4, 5, 6, 0x80000000};
 
 TEST_F(PortSettings, PolicingIsStoredInTheRowOfItsClass)
 {
@@ -82,9 +82,9 @@ TEST_F(PortSettings, AnUnknownPortComesBeforeTheClass)
 TEST_F(PortSettings, TheCosMapIsStoredAndSentWhole)
 {
     Expected after = now();
-    std::memcpy(after.of(port()).cosmap, cosmap, sizeof cosmap);
+    std::memcpy(after.of(port()).cosmap, unlike_words, sizeof unlike_words);
     after.of(port()).valbit = 0xFFFFFF05;
-    EXPECT_EQ(call(zelfdb_set_port_cosmap, 105, 0xFFFFFF05u, cosmap),
+    EXPECT_EQ(call(zelfdb_set_port_cosmap, 105, 0xFFFFFF05u, unlike_words),
               done({"set_cosmap(0xf, 0xffffff05, [7 0 0xffffffff 3 4 5 6 0x80000000])"}));
     EXPECT_TRUE(after.is_now());
 }
@@ -115,7 +115,7 @@ TEST_F(PortSettings, APortThatTheNPDoesNotNumberIsSentAllTheSame)
               done({"set_class_policing(0xffffffff, 0, 1, 2, 0)"}));
     EXPECT_EQ(call(zelfdb_set_port_bandwidth_calc_mode, 50, 1), done({"set_bandwidth_calc_mode(0xffffffff, 1)"}));
     EXPECT_EQ(call(zelfdb_set_default_class, 50, 1, 2, 3), done({"set_def_class(0xffffffff, 1, 2, 3)"}));
-    EXPECT_EQ(call(zelfdb_set_port_cosmap, 50, 0, cosmap).commands.size(), 1u);
+    EXPECT_EQ(call(zelfdb_set_port_cosmap, 50, 0, unlike_words).commands.size(), 1u);
 }
 
 }  // namespace

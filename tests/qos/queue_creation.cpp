@@ -206,13 +206,13 @@ TEST_F(CreateQueue, ThePoolHolds8192AndOneMoreCostsTheBudgetForNothing)
     EXPECT_EQ(call(zelfdb_create_queue, 8192, 1, 0), refused(2302));
 }
 
-struct CreationOrderRow {
+struct QueueCreationOrderRow {
     bool exists;
     bool over_budget;
     bool pool_empty;
     u32 code;
 };
-constexpr CreationOrderRow creation_order_rows[] = {
+constexpr QueueCreationOrderRow queue_creation_order_rows[] = {
     {true, true, true, 2301},  {true, true, false, 2301},  {true, false, true, 2301}, {true, false, false, 2301},
     {false, true, true, 2303}, {false, true, false, 2303}, {false, false, true, 2302}};
 
@@ -220,7 +220,7 @@ TEST_F(CreateQueue, ExistenceIsTestedBeforeTheBudgetAndTheBudgetBeforeThePool)
 {
     given_queue(3, 500);
     const Expected start = now();
-    for (const CreationOrderRow& row : creation_order_rows) {
+    for (const QueueCreationOrderRow& row : queue_creation_order_rows) {
         SCOPED_TRACE(testing::Message() << row.exists << row.over_budget << row.pool_empty);
         if (row.pool_empty) header().queue_free = none;
         recorder::fail_always(recorder::Failure::status);  // would be 2302 if it came to that

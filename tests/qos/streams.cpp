@@ -132,7 +132,7 @@ TEST_F(CreateStream, ThePoolHolds1024)
     EXPECT_TRUE(refuses(2502, zelfdb_create_stream, 1024));
 }
 
-struct CreationOrderRow {
+struct StreamCreationOrderRow {
     bool exists;
     bool no_budget;
     bool pool_empty;
@@ -143,10 +143,10 @@ TEST_F(CreateStream, ExistenceIsTestedBeforeTheBudgetAndTheBudgetBeforeThePool)
 {
     given_stream(3);
     const Expected start = now();
-    constexpr CreationOrderRow rows[] = {
+    constexpr StreamCreationOrderRow rows[] = {
         {true, true, true, 2501},  {true, true, false, 2501},  {true, false, true, 2501}, {true, false, false, 2501},
         {false, true, true, 2303}, {false, true, false, 2303}, {false, false, true, 2502}};
-    for (const CreationOrderRow& row : rows) {
+    for (const StreamCreationOrderRow& row : rows) {
         SCOPED_TRACE(testing::Message() << row.exists << row.no_budget << row.pool_empty);
         given_budget(row.no_budget ? 255 : 256);
         if (row.pool_empty) header().stream_free = none;

@@ -9,7 +9,7 @@ namespace {
 
 constexpr u32 EIGHT[8] = {0, 1, 2, 3, 4, 5, 6, 0xFFFFFFFF};
 constexpr u32 OTHER_EIGHT[8] = {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17};
-constexpr u32 FOUR[4] = {1, 2, 0x80000000, 4};
+constexpr u32 LOGGED_FOUR[4] = {1, 2, 0x80000000, 4};
 constexpr Mac MAC{0x00, 0x11, 0x22, 0x33, 0x44, 0xFF};
 
 vf_cmd* add_fdb()
@@ -40,13 +40,13 @@ std::string followed_by_hex(std::string text, const Bytes& bytes)
     return text;
 }
 
-struct Row {
+struct CommandRow {
     vf_cmd* command;
     std::string text;
 };
 
 // In the order of vf.h, so that the kinds can be counted through.
-std::vector<Row> every_command()
+std::vector<CommandRow> every_command()
 {
     return {
         {vf_mk_set_port_param(1, 0x800000FF, 0x173, 1, 7, 4, 0x8100, 10, 0xC001),
@@ -69,7 +69,7 @@ std::vector<Row> every_command()
         {vf_mk_add_classify_act(1, 2, counting(120).data()),
          followed_by_hex("add_classify_act profile=1 line_no=2 line=", counting(120))},
         {vf_mk_rem_classify_act(64, 0), "rem_classify_act profile=64 line_no=0"},
-        {vf_mk_add_classify_prof(64, 5, 4094, FOUR),
+        {vf_mk_add_classify_prof(64, 5, 4094, LOGGED_FOUR),
          "add_classify_prof profile=64 port=5 VID=4094 words=0x1,0x2,0x80000000,0x4"},
         {vf_mk_rem_classify_prof(5, 4094), "rem_classify_prof port=5 VID=4094"},
         {vf_mk_add_prefilter_act(6, 0, counting(64).data()),
@@ -78,10 +78,11 @@ std::vector<Row> every_command()
         {vf_mk_add_loc_act(7, 0, counting(16).data()),
          followed_by_hex("add_loc_act list=7 line_no=0 block=", counting(16))},
         {vf_mk_rem_loc_act(7, 3), "rem_loc_act list=7 line_no=3"},
-        {vf_mk_add_prefilter_prof(6, 164, 10, FOUR),
+        {vf_mk_add_prefilter_prof(6, 164, 10, LOGGED_FOUR),
          "add_prefilter_prof list=6 port_id=164 VID=10 words=0x1,0x2,0x80000000,0x4"},
         {vf_mk_rem_prefilter_prof(164, 10), "rem_prefilter_prof port_id=164 VID=10"},
-        {vf_mk_add_loc_prof(7, 164, 10, FOUR), "add_loc_prof list=7 port_id=164 VID=10 words=0x1,0x2,0x80000000,0x4"},
+        {vf_mk_add_loc_prof(7, 164, 10, LOGGED_FOUR),
+         "add_loc_prof list=7 port_id=164 VID=10 words=0x1,0x2,0x80000000,0x4"},
         {vf_mk_rem_loc_prof(164, 10), "rem_loc_prof port_id=164 VID=10"},
         {vf_mk_create_queue(8191, 65536, 50), "create_queue queue=8191 size=65536 queue_length=50"},
         {vf_mk_delete_queue(8191), "delete_queue queue=8191"},
@@ -136,7 +137,7 @@ using Commands = NpDevice;
 
 TEST_F(Commands, EveryKindIsBuiltAndDescribed)
 {
-    std::vector<Row> rows = every_command();
+    std::vector<CommandRow> rows = every_command();
     EXPECT_EQ(softnp::KIND_COUNT, rows.size());
     for (u32 index = 0; index < rows.size(); index++) {
         EXPECT_EQ(rows[index].text, text_of(*rows[index].command));
@@ -149,7 +150,7 @@ TEST_F(Commands, EveryKindIsLoggedAsItWasDescribedAndCounted)
 {
     u64 cursor = 0;
     u32 index = 0;
-    for (const Row& row : every_command()) {
+    for (const CommandRow& row : every_command()) {
         const Sent sent = send(handle, row.command);
         EXPECT_EQ(0, sent.delivered);
 
@@ -172,7 +173,7 @@ TEST_F(Commands, EveryKindIsLoggedAsItWasDescribedAndCounted)
 
 TEST_F(Commands, OfEveryKindAreModelled)
 {
-    for (const Row& row : every_command())
+    for (const CommandRow& row : every_command())
         EXPECT_NE(SOFTNP_ERR_NOT_SUPPORTED, send(handle, row.command).error) << row.text;
 }
 

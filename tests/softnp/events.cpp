@@ -16,8 +16,6 @@ protected:
     }
 };
 
-}  // namespace
-
 TEST_F(Events, CarryWhatTheDatabaseNeedsToLearn)
 {
     ASSERT_EQ(0, create_port(15, ETHER_FLAGS, 10));  // port 105 of the database
@@ -88,3 +86,5 @@ TEST_F(Events, CanBeForgotten)
     EXPECT_FALSE(next_event(event));
     EXPECT_EQ(-1, softnp_next_event(nullptr));
 }
+
+}  // namespace

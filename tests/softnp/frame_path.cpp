@@ -54,8 +54,6 @@ protected:
     }
 };
 
-}  // namespace
-
 // ---- admission
 
 TEST_F(FramePath, UnknownPortsAdmitNothing)
@@ -509,3 +507,5 @@ TEST_F(FramePath, NullIsRefused)
     EXPECT_EQ(0, softnp_receive_now(1, frame.data(), 64, nullptr));
     EXPECT_EQ(2u, device_counters().frames);
 }
+
+}  // namespace

@@ -18,6 +18,9 @@ inline constexpr u32 SRC_PORT = 0x80;
 inline constexpr u32 DST_PORT = 0x100;
 inline constexpr u32 EXT_0 = 0x1000000;
 
+// For a binding whose words do not matter.
+inline constexpr u32 NO_WORDS[4] = {};
+
 struct Asked {
     u32 value;
     u32 range_end;

@@ -9,7 +9,7 @@ using zelfdb::Random;
 
 namespace {
 
-constexpr u32 FOUR[4] = {0x10001, 0x20002, 0x30004, 0xFFFF0000};
+constexpr u32 BOUND_FOUR[4] = {0x10001, 0x20002, 0x30004, 0xFFFF0000};
 
 class ListCommands : public NpDevice {
 protected:
@@ -42,8 +42,6 @@ protected:
 };
 
 using Lists = ListCommands;
-
-}  // namespace
 
 TEST_F(Lists, ALineIsInsertedBeforeItsNumberAndAllAreRenumbered)
 {
@@ -161,13 +159,13 @@ TEST_F(Lists, PrefilterAndLocListsHaveAnyNumberAndTheirOwnLimits)
 TEST_F(Lists, AreBoundToMemberships)
 {
     given_three_ports_in_a_vlan();
-    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(64, 2, 10, FOUR)));
+    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(64, 2, 10, BOUND_FOUR)));
     softnp_list_binding binding{};
     ASSERT_EQ(1, softnp_get_list_binding(SOFTNP_CLASSIFY, 10, 2, &binding));
     EXPECT_EQ(64u, binding.list);
-    EXPECT_TRUE(std::equal(FOUR, FOUR + 4, binding.words));
-    EXPECT_EQ(SOFTNP_ERR_LIST_BOUND, tell(vf_mk_add_classify_prof(1, 2, 10, FOUR)));
-    EXPECT_EQ(0, tell(vf_mk_add_classify_prof(64, 3, 10, FOUR)));
+    EXPECT_TRUE(std::equal(BOUND_FOUR, BOUND_FOUR + 4, binding.words));
+    EXPECT_EQ(SOFTNP_ERR_LIST_BOUND, tell(vf_mk_add_classify_prof(1, 2, 10, BOUND_FOUR)));
+    EXPECT_EQ(0, tell(vf_mk_add_classify_prof(64, 3, 10, BOUND_FOUR)));
     EXPECT_EQ(0, tell(vf_mk_rem_classify_prof(2, 10)));
     EXPECT_EQ(SOFTNP_ERR_LIST_NOT_BOUND, tell(vf_mk_rem_classify_prof(2, 10)));
     EXPECT_EQ(0, softnp_get_list_binding(SOFTNP_CLASSIFY, 10, 2, &binding));
@@ -181,12 +179,12 @@ TEST_F(Lists, BindingNeedsAMembershipAndAProfile)
 {
     given_three_ports_in_a_vlan();
     ASSERT_EQ(0, create_vlan(20));
-    EXPECT_EQ(SOFTNP_ERR_BAD_VALUE, tell(vf_mk_add_classify_prof(0, 2, 10, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_BAD_VALUE, tell(vf_mk_add_classify_prof(65, 2, 10, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_UNMAPPED_PORT, tell(vf_mk_add_classify_prof(1, SOFTNP_NO_PORT, 10, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_NO_PORT, tell(vf_mk_add_classify_prof(1, 4, 10, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_NO_VLAN, tell(vf_mk_add_classify_prof(1, 2, 11, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_NO_MEMBER, tell(vf_mk_add_classify_prof(1, 2, 20, FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_BAD_VALUE, tell(vf_mk_add_classify_prof(0, 2, 10, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_BAD_VALUE, tell(vf_mk_add_classify_prof(65, 2, 10, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_UNMAPPED_PORT, tell(vf_mk_add_classify_prof(1, SOFTNP_NO_PORT, 10, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_NO_PORT, tell(vf_mk_add_classify_prof(1, 4, 10, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_NO_VLAN, tell(vf_mk_add_classify_prof(1, 2, 11, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_NO_MEMBER, tell(vf_mk_add_classify_prof(1, 2, 20, BOUND_FOUR)));
     EXPECT_EQ(SOFTNP_ERR_NO_MEMBER, tell(vf_mk_rem_classify_prof(2, 20)));
 }
 
@@ -195,10 +193,10 @@ TEST_F(Lists, PrefilterAndLocBindingsNameDatabasePorts)
     ASSERT_EQ(0, create_vlan(10));
     ASSERT_EQ(0, create_port(11));
     ASSERT_EQ(0, join(10, 11));
-    EXPECT_EQ(SOFTNP_ERR_UNMAPPED_PORT, tell(vf_mk_add_prefilter_prof(6, 11, 10, FOUR)));
-    EXPECT_EQ(SOFTNP_ERR_NO_PORT, tell(vf_mk_add_loc_prof(6, 102, 10, FOUR)));
-    EXPECT_EQ(0, tell(vf_mk_add_prefilter_prof(6, 101, 10, FOUR)));
-    EXPECT_EQ(0, tell(vf_mk_add_loc_prof(7, 101, 10, FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_UNMAPPED_PORT, tell(vf_mk_add_prefilter_prof(6, 11, 10, BOUND_FOUR)));
+    EXPECT_EQ(SOFTNP_ERR_NO_PORT, tell(vf_mk_add_loc_prof(6, 102, 10, BOUND_FOUR)));
+    EXPECT_EQ(0, tell(vf_mk_add_prefilter_prof(6, 101, 10, BOUND_FOUR)));
+    EXPECT_EQ(0, tell(vf_mk_add_loc_prof(7, 101, 10, BOUND_FOUR)));
     softnp_list_binding binding{};
     ASSERT_EQ(1, softnp_get_list_binding(SOFTNP_PREFILTER, 10, 11, &binding));
     EXPECT_EQ(6u, binding.list);
@@ -212,9 +210,9 @@ TEST_F(Lists, PrefilterAndLocBindingsNameDatabasePorts)
 TEST_F(Lists, AMembershipTakesItsBindingsWithIt)
 {
     given_three_ports_in_a_vlan();
-    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(1, 2, 10, FOUR)));
-    ASSERT_EQ(0, tell(vf_mk_add_prefilter_prof(1, 2, 10, FOUR)));
-    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(2, 3, 10, FOUR)));
+    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(1, 2, 10, BOUND_FOUR)));
+    ASSERT_EQ(0, tell(vf_mk_add_prefilter_prof(1, 2, 10, BOUND_FOUR)));
+    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(2, 3, 10, BOUND_FOUR)));
     ASSERT_EQ(0, leave(10, 2));
     ASSERT_EQ(0, join(10, 2));
     softnp_list_binding binding{};
@@ -232,13 +230,13 @@ TEST_F(Lists, BindingsAreBoundedAndTheirPlacesComeBack)
         ASSERT_EQ(0, send(handle, vf_mk_create_vlan(VID, VID)).error);
         for (u32 np_port = 1; np_port <= 3; np_port++) {
             ASSERT_EQ(0, send(handle, vf_mk_add_port_vlan(VID, np_port, 1, 0x8100, 0, 0)).error);
-            const int error = send(handle, vf_mk_add_classify_prof(1 + VID % 64, np_port, VID, FOUR)).error;
+            const int error = send(handle, vf_mk_add_classify_prof(1 + VID % 64, np_port, VID, BOUND_FOUR)).error;
             ASSERT_EQ(bound < SOFTNP_LIST_BINDINGS ? 0 : SOFTNP_ERR_TABLE_FULL, error);
             bound++;
         }
     }
     ASSERT_EQ(0, tell(vf_mk_rem_classify_prof(1, 1)));
-    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(5, 3, 4094, FOUR)));
+    ASSERT_EQ(0, tell(vf_mk_add_classify_prof(5, 3, 4094, BOUND_FOUR)));
     softnp_list_binding binding{};
     for (u32 place = 1; place < SOFTNP_LIST_BINDINGS; place++) {
         const u32 VID = 1 + place / 3;
@@ -249,3 +247,5 @@ TEST_F(Lists, BindingsAreBoundedAndTheirPlacesComeBack)
     EXPECT_EQ(5u, binding.list);
     EXPECT_EQ(0, softnp_get_list_binding(SOFTNP_CLASSIFY, 1, 1, &binding));
 }
+
+}  // namespace

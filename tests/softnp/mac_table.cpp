@@ -45,8 +45,6 @@ vf_fdb_request request_for(u16 FID, const Mac& mac, softnp::i16 np_port)
     return request;
 }
 
-}  // namespace
-
 using MacTable = NpDevice;
 
 TEST_F(MacTable, AnEntryIsStoredAsRequested)
@@ -188,8 +186,6 @@ TEST_F(MacTable, EntriesOfADeletedVlanCanBeRemoved)
     EXPECT_EQ(0, remove_mac(10, HOST_A));
 }
 
-namespace {
-
 class SmallTable : public NpDevice {
 protected:
     void SetUp() override
@@ -214,8 +210,6 @@ Mac mac_of(u32 number)
             static_cast<u8>(number >> 8),
             static_cast<u8>(number)};
 }
-
-}  // namespace
 
 TEST_F(SmallTable, AFullTableRefusesNewEntriesOnly)
 {
@@ -292,3 +286,5 @@ TEST_F(MacTable, ListingOfNoneIsEmpty)
     EXPECT_EQ(0, softnp_get_mac_entry(10, HOST_A.data(), &entry));
     EXPECT_EQ(0, softnp_get_mac_entry(0x1000A, HOST_A.data(), &entry));
 }
+
+}  // namespace

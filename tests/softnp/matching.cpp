@@ -13,7 +13,6 @@ using zelfdb::Random;
 
 namespace {
 
-constexpr u32 NO_WORDS[4] = {};
 constexpr u32 PROFILE = 9;
 
 // ---- a frame as facts
@@ -287,8 +286,6 @@ protected:
         return out;
     }
 };
-
-}  // namespace
 
 TEST_F(Matching, AgreesWithTheNaiveMatcher)
 {
@@ -603,3 +600,5 @@ TEST_F(Matching, APrefilterLineThatAsksForNothingMatchesAll)
     ASSERT_EQ(0, tell(vf_mk_rem_prefilter_prof(2, 10)));
     EXPECT_EQ(0u, receive(2, frame_of(HOST_A, HOST_B, 0x0806)).reason);
 }
+
+}  // namespace

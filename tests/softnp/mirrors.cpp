@@ -77,8 +77,6 @@ protected:
 using Frames = std::vector<Bytes>;
 const Frames NOTHING;
 
-}  // namespace
-
 // ---- life
 
 TEST_F(Mirrors, AreFourAndMadeOnce)
@@ -415,3 +413,5 @@ TEST_F(Mirrors, CopiesAddUp)
     EXPECT_EQ(made, port_counters(ANALYSER).tx_frames);
     EXPECT_EQ(made_bytes, port_counters(ANALYSER).tx_bytes);
 }
+
+}  // namespace

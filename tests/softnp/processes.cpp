@@ -52,8 +52,6 @@ protected:
     void TearDown() override { EXPECT_EQ(0, softnp_remove_device()); }
 };
 
-}  // namespace
-
 TEST_F(SharedDevice, IsMadeByTheFirstSessionAndLeftByTheLast)
 {
     EXPECT_EQ(-1, attachments());
@@ -245,8 +243,6 @@ TEST_F(PrivateDevice, IsSharedWithForkedChildren)
     EXPECT_EQ(SOFTNP_ERR_VLAN_EXISTS, create_vlan(10));
 }
 
-namespace {
-
 // A child that holds the device's lock for a time; the call returns once it has it.
 pid_t lock_holder(u32 time_ms)
 {
@@ -265,8 +261,6 @@ pid_t lock_holder(u32 time_ms)
     close(ready[1]);
     return child;
 }
-
-}  // namespace
 
 TEST_F(PrivateDevice, WaitsForAnotherProcess)
 {
@@ -393,3 +387,5 @@ TEST_F(PrivateDevice, IsMadeConsistentFromWhatIsWhole)
     ASSERT_EQ(0, softnp_clear_refusals());
     EXPECT_EQ(0, add_mac(10, HOST_A, 1, 1));
 }
+
+}  // namespace

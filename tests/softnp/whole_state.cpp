@@ -13,8 +13,6 @@ using namespace softnp_test;
 
 namespace {
 
-constexpr u32 NO_WORDS[4] = {};
-
 class WholeState : public QosDevice {
 protected:
     // Frames wait, a line is bound and has matched, and a mirror has made copies.
@@ -38,8 +36,6 @@ protected:
         send_frames(4, {});
     }
 };
-
-}  // namespace
 
 TEST_F(WholeState, IsSharedWithOtherProcesses)
 {
@@ -139,3 +135,5 @@ TEST_F(WholeState, ReadersRefuseNull)
     EXPECT_EQ(-1, softnp_get_mirror(1, nullptr));
     EXPECT_EQ(-1, softnp_next_copy(nullptr));
 }
+
+}  // namespace

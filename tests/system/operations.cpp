@@ -378,7 +378,7 @@ int Requests::export_profiles()
     const int result = zelfdb_disp_classify(profile(), &err);
     const std::string text = take_output(output_);
     std::smatch file;
-    if (std::regex_search(text, file, std::regex("/tmp/clsline-\\w+"))) unlink(file.str().c_str());
+    if (std::regex_search(text, file, std::regex("/tmp/clsline-\\w+"))) ::unlink(file.str().c_str());
     return result;
 }
 

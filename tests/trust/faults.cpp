@@ -183,8 +183,7 @@ TEST_P(Faults, AtEveryUseOfEveryFunctionAreAnsweredAsDocumented)
     }
 }
 
-std::string name_of(const testing::TestParamInfo<std::size_t>& param) { return rows()[param.param].name; }
-INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::Range(std::size_t{0}, rows().size()), name_of);
+INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::Range(std::size_t{0}, rows().size()), name_of_row);
 
 }  // namespace
 }  // namespace zelfdb::trust

@@ -293,7 +293,7 @@ zelfdb_fdb_cursor* fdb_from(Tools& t, u32 calls)
 
 // ---- The table -------------------------------------------------------------------------------------------------------
 
-const std::vector<Argument> none_at_all;
+const std::vector<Argument> no_arguments;
 const std::vector<Argument> listing_of_fdb = {
     {"capacity", Kind::capacity, 4}, {"size", Kind::listing_size, 20}, {"calls", K, 0}};
 
@@ -320,7 +320,7 @@ std::vector<Row> fdb_rows()
          absent,
          Result::status,
          {},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_clear_fdb()),
          CHANGES(c.entries([](const Fil& fil) { return fil.fil_type == fil_dynamic; }))},
         {"zelfdb_clear_fdb_vlan",
@@ -362,7 +362,7 @@ std::vector<Row> fdb_rows()
          absent,
          Result::done,
          {},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_do_aging(t.d)),
          CHANGES(c.entries([](const Fil& fil) { return fil.fil_type == fil_dynamic; }))},
         {"zelfdb_create_sfil",
@@ -760,7 +760,7 @@ std::vector<Row> vlan_rows()
          on_failure,
          Result::status,
          {103},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_get_vid("ten", t.words(), err)),
          nullptr},
         {"zelfdb_get_vid2",
@@ -769,7 +769,7 @@ std::vector<Row> vlan_rows()
          on_failure,
          Result::status,
          {103},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_get_vid2(t.d, "twenty %s", t.words(), err)),
          nullptr},
         {"zelfdb_get_vlanname",
@@ -932,7 +932,7 @@ std::vector<Row> vlan_rows()
          preset,
          Result::status,
          {},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_get_protgroup_info(t.as<zelfdb_protgroup_info>(), err)),
          nullptr},
         {"zelfdb_display_vlan_data",
@@ -1349,9 +1349,9 @@ std::vector<Row> mirror_rows()
     };
 }
 
-#define REPLAY(name, lock)                                                                               \
-    {                                                                                                    \
-#name, opens, lock, absent, Result::status, {}, none_at_all, CALL(name("%n ", " %s\n")), nullptr \
+#define REPLAY(name, lock)                                                                                \
+    {                                                                                                     \
+#name, opens, lock, absent, Result::status, {}, no_arguments, CALL(name("%n ", " %s\n")), nullptr \
     }
 
 std::vector<Row> other_rows()
@@ -1373,7 +1373,7 @@ std::vector<Row> other_rows()
          absent,
          Result::handle,
          {},
-         none_at_all,
+         no_arguments,
          CALL(descriptor(zelfdb_open_descriptor())),
          nullptr},
         {"zelfdb_open_descriptor2",
@@ -1382,7 +1382,7 @@ std::vector<Row> other_rows()
          absent,
          Result::handle,
          {},
-         none_at_all,
+         no_arguments,
          CALL(descriptor(zelfdb_open_descriptor2())),
          nullptr},
         {"zelfdb_close_descriptor",
@@ -1400,7 +1400,7 @@ std::vector<Row> other_rows()
          absent,
          Result::status,
          {},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_get_summary(t.as<zelfdb_summary>())),
          nullptr},
         {"zelfdb_get_history",
@@ -1409,7 +1409,7 @@ std::vector<Row> other_rows()
          absent,
          Result::status,
          {},
-         none_at_all,
+         no_arguments,
          CALL(zelfdb_get_history(t.as<zelfdb_history>())),
          nullptr},
         {"zelfdb_alloc_ropebuf",
@@ -1427,7 +1427,7 @@ std::vector<Row> other_rows()
          absent,
          Result::nothing,
          {},
-         none_at_all,
+         no_arguments,
          DOES(zelfdb_free_ropebuf(zelfdb_alloc_ropebuf(1, 20)); zelfdb_free_ropebuf(nullptr)),
          nullptr},
         REPLAY(zelfdb_reconfig_ether, M),

@@ -216,8 +216,7 @@ TEST_F(ChangesOf, AnEntryAreItsRecordItsChainAndItsOwnersCounters)
     EXPECT_EQ(0u, right.trespasses().size());
 }
 
-std::string name_of(const testing::TestParamInfo<std::size_t>& param) { return rows()[param.param].name; }
-INSTANTIATE_TEST_SUITE_P(Every, Sweep, testing::Range(std::size_t{0}, rows().size()), name_of);
+INSTANTIATE_TEST_SUITE_P(Every, Sweep, testing::Range(std::size_t{0}, rows().size()), name_of_row);
 
 }  // namespace
 }  // namespace zelfdb::trust

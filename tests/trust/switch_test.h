@@ -17,6 +17,9 @@ struct Ran {
     std::string printed;
 };
 
+// For a suite that has a test for every row.
+inline std::string name_of_row(const testing::TestParamInfo<std::size_t>& param) { return rows()[param.param].name; }
+
 class Switch : public Database {
 protected:
     Switch() : Database(8, 6, 64) {}

@@ -5,7 +5,7 @@
 namespace zelfdb {
 namespace {
 
-constexpr std::size_t record_min = 48;
+constexpr std::size_t membership_record_min = 48;
 
 class ReadMemberships : public Membership {
 protected:
@@ -33,7 +33,7 @@ TEST_F(ReadMemberships, ReportsEveryFieldAndLeavesTheUnnamedBytesAlone)
     membership(20, 3)->pv_flag2 = 0x77;
     given_port(2);
     given_member(7, 2);
-    RecordBuffer buffer(6, record_min);
+    RecordBuffer buffer(6, membership_record_min);
     zelfdb_cursor cursor{0, 0x99};
     const Expected unchanged = now();
     EXPECT_EQ(call_wordless(zelfdb_get_all_pvinfo_in_a_port, 3, &cursor, buffer.get()), done());
@@ -51,9 +51,9 @@ TEST_F(ReadMemberships, ReportsEveryFieldAndLeavesTheUnnamedBytesAlone)
         expected.pv_flag = 1;
         expected.pv_flag2 = all_[i] == 20 ? 0x77 : 0;
         expected.tagtype = static_cast<u16>(0x9000 + all_[i]);
-        EXPECT_EQ(std::memcmp(buffer.record(i), &expected, record_min), 0) << i;
+        EXPECT_EQ(std::memcmp(buffer.record(i), &expected, membership_record_min), 0) << i;
     }
-    EXPECT_TRUE(buffer.unwritten(5, 0, record_min));
+    EXPECT_TRUE(buffer.unwritten(5, 0, membership_record_min));
     EXPECT_TRUE(buffer.nothing_around_written());
     membership(20, 3)->pv_flag2 = 0;
 }
@@ -63,7 +63,7 @@ TEST_F(ReadMemberships, OfVidZeroHasNoName)
     const Expected healthy = now();
     membership(1, 3)->VID = 0;
     header().vlan_index[0] = header().vlan_index[7];  // not even if there were a VLAN of that VID
-    RecordBuffer buffer(5, record_min);
+    RecordBuffer buffer(5, membership_record_min);
     EXPECT_EQ(read(buffer).results, std::vector<int>{0});
     EXPECT_EQ(buffer.word(0, 0), 0u);
     EXPECT_TRUE(buffer.unwritten(0, 4, 36));
@@ -75,7 +75,7 @@ TEST_F(ReadMemberships, IsResumedWithEveryCapacity)
 {
     for (u32 capacity = 1; capacity <= 6; ++capacity) {
         SCOPED_TRACE(capacity);
-        RecordBuffer buffer(capacity, record_min);
+        RecordBuffer buffer(capacity, membership_record_min);
         EXPECT_EQ(read(buffer), whole_reading(all_, capacity));
         EXPECT_EQ(buffer.total(), 5u);
         EXPECT_TRUE(buffer.nothing_around_written());
@@ -84,7 +84,7 @@ TEST_F(ReadMemberships, IsResumedWithEveryCapacity)
 
 TEST_F(ReadMemberships, AFullBufferNamesTheLastVlanAndTheKeyIsReadByItsLowHalf)
 {
-    RecordBuffer buffer(3, record_min);
+    RecordBuffer buffer(3, membership_record_min);
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(read_three(&cursor, buffer.get()), 1);
     EXPECT_EQ(cursor.calls, 1u);
@@ -98,7 +98,7 @@ TEST_F(ReadMemberships, AFullBufferNamesTheLastVlanAndTheKeyIsReadByItsLowHalf)
 
 TEST_F(ReadMemberships, WithoutRoomForARecordNoVlanIsNamed)
 {
-    RecordBuffer buffer(0, record_min);
+    RecordBuffer buffer(0, membership_record_min);
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(read_three(&cursor, buffer.get()), 1);
     EXPECT_EQ(cursor.calls, 1u);
@@ -113,7 +113,7 @@ TEST_F(ReadMemberships, AnUnknownPortOneWithoutMembershipsAndASmallRecordFailAnd
 {
     given_port(2);
     for (const u32 id : {0u, 2u, 4u, 200u, 0xFFFFFFFFu}) {
-        RecordBuffer buffer(2, record_min);
+        RecordBuffer buffer(2, membership_record_min);
         zelfdb_cursor cursor{0, 0};
         EXPECT_EQ(call_wordless(zelfdb_get_all_pvinfo_in_a_port, id, &cursor, buffer.get()).result, -1) << id;
         EXPECT_EQ(cursor.calls, 0u);
@@ -136,7 +136,7 @@ TEST_F(ReadMemberships, LargerRecordsNeedNoAlignment)
             EXPECT_EQ(read(buffer), whole_reading(all_, 5));
             for (u32 i = 0; i < 5; ++i) {
                 EXPECT_EQ(buffer.word(i, 36), 3u);
-                EXPECT_TRUE(buffer.unwritten(i, record_min, size));
+                EXPECT_TRUE(buffer.unwritten(i, membership_record_min, size));
             }
             EXPECT_TRUE(buffer.nothing_around_written());
         }
@@ -146,7 +146,7 @@ TEST_F(ReadMemberships, LargerRecordsNeedNoAlignment)
 TEST_F(ReadMemberships, MembershipsAndVlansMayComeAndGoBetweenCalls)
 {
     const Expected five = now();
-    RecordBuffer buffer(2, record_min);
+    RecordBuffer buffer(2, membership_record_min);
     const auto first_call = [&](zelfdb_cursor& cursor) {
         five.restore();
         cursor = {0, 0};
@@ -185,7 +185,7 @@ TEST_F(ReadMemberships, MembershipsAndVlansMayComeAndGoBetweenCalls)
 TEST_F(ReadMemberships, ResumesOnlyAfterAVlanThatThePortIsIn)
 {
     given_vlan(50, "fifty");
-    RecordBuffer buffer(2, record_min);
+    RecordBuffer buffer(2, membership_record_min);
     for (const u32 key : {0u, 2u, 50u, 8192u, 0xFFFFu}) {
         zelfdb_cursor cursor{1, key};
         EXPECT_EQ(read_three(&cursor, buffer.get()), -1) << key;

@@ -5,7 +5,7 @@
 namespace zelfdb {
 namespace {
 
-constexpr std::size_t record_min = 216;
+constexpr std::size_t vlan_record_min = 216;
 constexpr std::size_t vid_at = 36;
 constexpr std::size_t npvid_at = 48;
 constexpr std::size_t first_row_at = 56;
@@ -153,7 +153,7 @@ TEST_F(ReadVlans, TheNumberOfPortsOfThePVIDIsAddedToWhatTheRecordHolds)
     EXPECT_EQ(record.info.npvid, 104u);
     EXPECT_EQ(record.info.nmember, 2u);
 
-    RecordBuffer buffer(1, record_min, 0, 0);  // a buffer used again accumulates too
+    RecordBuffer buffer(1, vlan_record_min, 0, 0);  // a buffer used again accumulates too
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(zelfdb_get_all_vlaninfo(&cursor, buffer.get()), 0);
     EXPECT_EQ(buffer.word(0, npvid_at), 2u);
@@ -176,7 +176,7 @@ TEST_F(ReadVlans, TheListingReportsWhatTheSingleReaderDoes)
     EXPECT_EQ(expected[1].info.nmember, 8u);
     EXPECT_EQ(expected[1].info.nuntagged, 4u);
 
-    RecordBuffer buffer(2, record_min, 0, 0);
+    RecordBuffer buffer(2, vlan_record_min, 0, 0);
     const Expected unchanged = now();
     zelfdb_cursor cursor{0, 0x77};
     EXPECT_EQ(call_wordless(zelfdb_get_all_vlaninfo, &cursor, buffer.get()), done());
@@ -185,7 +185,7 @@ TEST_F(ReadVlans, TheListingReportsWhatTheSingleReaderDoes)
     EXPECT_EQ(buffer.filled(), 2u);
     EXPECT_EQ(cursor.calls, 1u);
     EXPECT_EQ(cursor.key, 0x77u);
-    for (u32 i = 0; i < 2; ++i) EXPECT_EQ(std::memcmp(buffer.record(i), &expected[i], record_min), 0) << i;
+    for (u32 i = 0; i < 2; ++i) EXPECT_EQ(std::memcmp(buffer.record(i), &expected[i], vlan_record_min), 0) << i;
     EXPECT_TRUE(buffer.nothing_around_written());
 }
 
@@ -195,7 +195,7 @@ TEST_F(ReadVlans, TheListingIsResumedWithEveryCapacity)
     for (const u32 vid : {20u, 4094u, 1u, 300u, 7u}) given_vlan(static_cast<u16>(vid), "v" + std::to_string(vid));
     for (u32 capacity = 1; capacity <= 6; ++capacity) {
         SCOPED_TRACE(capacity);
-        RecordBuffer buffer(capacity, record_min);
+        RecordBuffer buffer(capacity, vlan_record_min);
         EXPECT_EQ(read(buffer), whole_reading(all, capacity));
         EXPECT_EQ(buffer.total(), 5u);
         EXPECT_TRUE(buffer.nothing_around_written());
@@ -205,7 +205,7 @@ TEST_F(ReadVlans, TheListingIsResumedWithEveryCapacity)
 TEST_F(ReadVlans, ACallThatFillsTheBufferNamesTheLastVlanAndTheKeyIsReadByItsLowHalf)
 {
     for (const u16 vid : {u16{10}, u16{20}, u16{30}}) given_vlan(vid, "v" + std::to_string(vid));
-    RecordBuffer buffer(2, record_min);
+    RecordBuffer buffer(2, vlan_record_min);
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(zelfdb_get_all_vlaninfo(&cursor, buffer.get()), 1);
     EXPECT_EQ(cursor.calls, 1u);
@@ -220,7 +220,7 @@ TEST_F(ReadVlans, ACallThatFillsTheBufferNamesTheLastVlanAndTheKeyIsReadByItsLow
 TEST_F(ReadVlans, WithoutRoomForARecordNoVlanIsNamed)
 {
     given_vlan(10, "ten");
-    RecordBuffer buffer(0, record_min);
+    RecordBuffer buffer(0, vlan_record_min);
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(zelfdb_get_all_vlaninfo(&cursor, buffer.get()), 1);
     EXPECT_EQ(cursor.calls, 1u);
@@ -234,7 +234,7 @@ TEST_F(ReadVlans, WithoutRoomForARecordNoVlanIsNamed)
 
 TEST_F(ReadVlans, NoVlanAtAllFailsAndIsNoCall)
 {
-    RecordBuffer buffer(2, record_min);
+    RecordBuffer buffer(2, vlan_record_min);
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(zelfdb_get_all_vlaninfo(&cursor, buffer.get()), -1);
     EXPECT_EQ(cursor.calls, 0u);
@@ -272,7 +272,7 @@ TEST_F(ReadVlans, VlansMayComeAndGoBetweenCalls)
 {
     for (const u16 vid : {u16{10}, u16{20}, u16{30}, u16{40}}) given_vlan(vid, "v" + std::to_string(vid));
     const Expected four = now();
-    RecordBuffer buffer(2, record_min);
+    RecordBuffer buffer(2, vlan_record_min);
 
     zelfdb_cursor cursor{0, 0};
     EXPECT_EQ(zelfdb_get_all_vlaninfo(&cursor, buffer.get()), 1);

@@ -12,18 +12,12 @@ namespace {
 
 const std::string any_fields = " - - - - - - - - - - ";
 const std::vector<std::string> list5{"create clslist 5"};
-const std::vector<std::string> member{"create clslist 5", "create port 1 npport 1 portType ether",
-                                      "create vlan sales vid 10", "add port 1 to vlan sales tag off"};
+const std::vector<std::string> list_and_member{"create clslist 5", "create port 1 npport 1 portType ether",
+                                               "create vlan sales vid 10", "add port 1 to vlan sales tag off"};
 
 std::string add_line(const std::string& fields, const std::string& where = "5 line 1 ")
 {
     return "add classify 2/3/yellow normal" + fields + "to clslist " + where;
-}
-
-std::vector<std::string> after(std::vector<std::string> lines, const std::string& line)
-{
-    lines.push_back(line);
-    return lines;
 }
 
 class ClassifyCommands : public Commands {
@@ -73,9 +67,9 @@ protected:
              [line] { return !replays(line) && lines_in_NP(SOFTNP_CLASSIFY) == 0; }},
             {after(after(list5, line), line), "delete classify all from clslist 5",
              [line] { return !replays(line) && lines_in_NP(SOFTNP_CLASSIFY) == 0; }},
-            replayed_as_written(member, "add clslist 5 to port 1 vlan sales"),
-            replayed_as_written(member, "add clslist 5 to port 1 vlan sales 7/1,,9,0/2"),
-            {after(member, "add clslist 5 to port 1 vlan sales"), "delete clslist from port 1 vlan sales",
+            replayed_as_written(list_and_member, "add clslist 5 to port 1 vlan sales"),
+            replayed_as_written(list_and_member, "add clslist 5 to port 1 vlan sales 7/1,,9,0/2"),
+            {after(list_and_member, "add clslist 5 to port 1 vlan sales"), "delete clslist from port 1 vlan sales",
              [] { return !replays("add clslist 5 to port 1 vlan sales"); }},
             {{},
              "add prefilter drop 10.0.0.0/8 192.168.0.1-192.168.0.9 184/fc 3-9 80 - to list 3",
@@ -110,7 +104,7 @@ TEST_F(ClassifyCommands, AreAllTested) { expect_effects_of({"Classify, prefilter
 TEST_F(ClassifyCommands, SayWhyTheyCannotBeDone)
 {
     const std::string line = add_line(any_fields);
-    const std::vector<std::string> bound = after(member, "add clslist 5 to port 1 vlan sales");
+    const std::vector<std::string> bound = after(list_and_member, "add clslist 5 to port 1 vlan sales");
     expect_all(std::vector<Refusal>{
         {list5, "create clslist 5", ZELFDB_CLASSIFY_EXISTS, "the classify list exists already"},
         {{}, "delete clslist 5", ZELFDB_NO_CLASSIFY, "no such classify list"},
@@ -120,12 +114,13 @@ TEST_F(ClassifyCommands, SayWhyTheyCannotBeDone)
         {after(list5, line), "delete classify line 2 from clslist 5", ZELFDB_NO_LINE,
          "the classify list has no such line"},
         {{}, "delete classify all from clslist 5", ZELFDB_NO_CLASSIFY, "no such classify list"},
-        {member, "add clslist 5 to port 1 vlan lab", ZELFDB_NO_VLAN, "no VLAN 'lab'"},
-        {member, "add clslist 6 to port 1 vlan sales", ZELFDB_NO_CLASSIFY, "no such classify list"},
-        {member, "add clslist 5 to port 2 vlan sales", ZELFDB_NO_PORT, "no such port"},
+        {list_and_member, "add clslist 5 to port 1 vlan lab", ZELFDB_NO_VLAN, "no VLAN 'lab'"},
+        {list_and_member, "add clslist 6 to port 1 vlan sales", ZELFDB_NO_CLASSIFY, "no such classify list"},
+        {list_and_member, "add clslist 5 to port 2 vlan sales", ZELFDB_NO_PORT, "no such port"},
         {bound, "add clslist 5 to port 1 vlan sales", ZELFDB_PV_HAS_CLASSIFY,
          "the membership has a classify list already"},
-        {member, "delete clslist from port 1 vlan sales", ZELFDB_PV_NO_CLASSIFY, "the membership has no classify list"},
+        {list_and_member, "delete clslist from port 1 vlan sales", ZELFDB_PV_NO_CLASSIFY,
+         "the membership has no classify list"},
         {bound, "delete port 1 from vlan sales", ZELFDB_PV_CLASSIFIED,
          "a classify list is still bound to the membership"},
         {{},

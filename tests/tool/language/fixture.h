@@ -33,6 +33,12 @@ struct Refusal {
     std::string text;
 };
 
+inline std::vector<std::string> after(std::vector<std::string> lines, const std::string& line)
+{
+    lines.push_back(line);
+    return lines;
+}
+
 class Commands : public testing::Test {
 protected:
     void SetUp() override

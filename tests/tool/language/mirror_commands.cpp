@@ -10,12 +10,6 @@ const std::vector<std::string> ready{"create vlan sales vid 10", "create mirror 
 const std::vector<std::string> enabled{"create vlan sales vid 10", "create mirror 2", "set mirror 2 source port 1 in",
                                        "set mirror 2 dest port 3", "enable mirror 2"};
 
-std::vector<std::string> after(std::vector<std::string> lines, const std::string& line)
-{
-    lines.push_back(line);
-    return lines;
-}
-
 class MirrorCommands : public Commands {
 protected:
     static softnp_mirror in_NP(u32 number)

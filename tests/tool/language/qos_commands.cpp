@@ -12,12 +12,6 @@ const std::vector<std::string> with_queue{wfq[0], wfq[1], "create queue 2/3/5"};
 constexpr u32 stream_23 = 256 + 2;
 constexpr u32 queue_235 = stream_23 * 8 + 5;
 
-std::vector<std::string> after(std::vector<std::string> lines, const std::string& line)
-{
-    lines.push_back(line);
-    return lines;
-}
-
 class QosCommands : public Commands {
 protected:
     static zelfdb_stream_info stream(u32 number)

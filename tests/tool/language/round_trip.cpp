@@ -29,10 +29,10 @@ using zelfdb::Random;
 constexpr u32 shards = 8;
 #if defined(__SANITIZE_ADDRESS__) || defined(__powerpc__)
 constexpr u32 databases = 60;
-constexpr u32 texts = 15;
+constexpr u32 texts_tried = 15;
 #else
 constexpr u32 databases = 1250;
-constexpr u32 texts = 150;
+constexpr u32 texts_tried = 150;
 #endif
 
 std::vector<std::string> lines_of(const std::string& text)
@@ -265,7 +265,7 @@ protected:
     {
         const std::vector<const Command*> commands = commands_where([](const Command&) { return true; });
         Random seeds;
-        for (u32 i = 0; i < texts && !HasFailure(); ++i) {
+        for (u32 i = 0; i < texts_tried && !HasFailure(); ++i) {
             SCOPED_TRACE(seeds.trace() + " text " + std::to_string(i));
             Random random(seeds.word() + GetParam());
             ASSERT_NO_FATAL_FAILURE(make(small_counts));
@@ -293,7 +293,7 @@ TEST_P(AppliedAgain, AConfigurationReportsWhatExistsAndChangesNothing)
     const std::vector<const Command*> commands = commands_where(may_be_applied_again);
     Random seeds;
     u32 refused = 0;
-    for (u32 i = 0; i < texts && !HasFailure(); ++i) {
+    for (u32 i = 0; i < texts_tried && !HasFailure(); ++i) {
         SCOPED_TRACE(seeds.trace() + " text " + std::to_string(i));
         Random random(seeds.word() + GetParam());
         ASSERT_NO_FATAL_FAILURE(make(small_counts));
@@ -307,7 +307,7 @@ TEST_P(AppliedAgain, AConfigurationReportsWhatExistsAndChangesNothing)
         }
         expect_same_text(before, replayed());
     }
-    EXPECT_GE(refused, texts * static_cast<u32>(beginnings.size()) / 2);
+    EXPECT_GE(refused, texts_tried * static_cast<u32>(beginnings.size()) / 2);
 }
 
 // One after another: doing what has just been done. A line more and a line less are another thing each time.
@@ -322,7 +322,7 @@ TEST_P(AppliedAgain, ACommandThatFollowsItselfChangesNothing)
         EXPECT_EQ(before, replayed()) << line;
         ++compared;
     });
-    EXPECT_GT(compared, texts);
+    EXPECT_GT(compared, texts_tried);
 }
 
 // A line that is not done changes nothing.
@@ -336,7 +336,7 @@ TEST_P(AppliedAgain, ACommandThatIsRefusedChangesNothing)
         EXPECT_EQ(before, replayed()) << line << ": " << outcome.text;
         ++refused;
     });
-    EXPECT_GT(refused, texts);
+    EXPECT_GT(refused, texts_tried);
 }
 
 // Flags of ports of neither type: the line does not tell the type.
@@ -356,7 +356,7 @@ TEST_P(AppliedAgain, WhatTheReplayDoesNotTellIsKnown)
     Random seeds;
     std::map<std::string, std::string> surprises;
     u32 known = 0;
-    for (u32 i = 0; i < texts && !HasFailure(); ++i) {
+    for (u32 i = 0; i < texts_tried && !HasFailure(); ++i) {
         SCOPED_TRACE(seeds.trace() + " text " + std::to_string(i));
         Random random(seeds.word() + GetParam());
         ASSERT_NO_FATAL_FAILURE(make(small_counts));

@@ -8,7 +8,7 @@ namespace tool {
 namespace {
 
 const std::string docs = SOURCE "/docs/";
-const std::string header = SOURCE "/include/zelfdb/zelfdb.h";
+const std::string header_path = SOURCE "/include/zelfdb/zelfdb.h";
 
 TEST(Manual, TheToolsPagesAreThoseThatItPrints)
 {
@@ -19,7 +19,7 @@ TEST(Manual, TheToolsPagesAreThoseThatItPrints)
 
 TEST(Manual, TheLibrarysPageIsMadeFromItsHeader)
 {
-    const Result made = run({"python3", SOURCE "/tools/dev/make-library-manual.py", header, VERSION});
+    const Result made = run({"python3", SOURCE "/tools/dev/make-library-manual.py", header_path, VERSION});
     EXPECT_EQ("", made.err);
     EXPECT_TRUE(content_of(docs + "libzelfdb.3") == made.out)
         << "make it anew: tools/dev/make-library-manual.py include/zelfdb/zelfdb.h " VERSION " > docs/libzelfdb.3";
@@ -28,7 +28,7 @@ TEST(Manual, TheLibrarysPageIsMadeFromItsHeader)
 TEST(Manual, EveryOperationHasItsPartOfTheLibrarysPage)
 {
     const std::string page = content_of(docs + "libzelfdb.3");
-    const std::string text = content_of(header);
+    const std::string text = content_of(header_path);
     const std::regex operation(R"(\nZELFDB_API [^;(]*?(\w+)\()");
     std::set<std::string> names;
     for (std::sregex_iterator i(text.begin(), text.end(), operation), end; i != end; ++i) names.insert((*i)[1]);

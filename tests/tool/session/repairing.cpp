@@ -17,14 +17,14 @@ namespace {
 using testing::HasSubstr;
 
 constexpr std::size_t vlan_index_at = 0x11798;
-constexpr std::uint32_t none = 0xFFFFFFFF;
+constexpr std::uint32_t no_record = 0xFFFFFFFF;
 
 // VLAN 10 as a deletion leaves it that died before its record was free.
 void half_delete_the_vlan()
 {
     MainSegment main;
-    main.put(vlan_head_at, none);
-    main.put(vlan_index_at + 4 * 10, none);
+    main.put(vlan_head_at, no_record);
+    main.put(vlan_index_at + 4 * 10, no_record);
 }
 
 class Repairing : public testing::Test {

@@ -15,7 +15,7 @@
 namespace tool {
 namespace {
 
-constexpr auto patience = std::chrono::seconds(60);
+constexpr auto longest_run = std::chrono::seconds(60);
 
 struct Pipe {
     int ends[2] = {-1, -1};
@@ -93,7 +93,7 @@ Result run(const std::vector<std::string>& words, const std::string& input)
     err.close_end(1);
     std::string_view rest = input;
     if (rest.empty()) in.close_end(1);
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + longest_run;
     while (pump(in, rest, out, result.out, err, result.err, 100)) {
         if (std::chrono::steady_clock::now() < deadline) continue;
         ADD_FAILURE() << "killed after a minute: " << words.front();

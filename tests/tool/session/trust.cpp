@@ -45,7 +45,7 @@ void replace_segment(key_t key, std::size_t size)
 }
 
 // What every verb that needs a database says first.
-const std::vector<std::vector<std::string>> verbs = {
+const std::vector<std::vector<std::string>> database_verbs = {
     {"apply", "-"},
     {"save", "-"},
     {"save", "/tmp/never-made"},
@@ -81,15 +81,15 @@ const std::vector<std::vector<std::string>> verbs = {
 };
 
 // Verbs that work without a database, and the one that looks at damaged ones.
-const std::vector<std::string> others = {"init",  "session", "shell", "watch", "complete", "completion",
-                                         "check", "echo",    "sleep", "exec",  "help",     "manual"};
+const std::vector<std::string> other_verbs = {"init",  "session", "shell", "watch", "complete", "completion",
+                                              "check", "echo",    "sleep", "exec",  "help",     "manual"};
 
 // A comparison keeps 1 for a difference.
 int code_of_failure(const std::vector<std::string>& words) { return words.front() == "diff" ? 2 : 1; }
 
 void every_verb_says(const std::string& message)
 {
-    for (const auto& words : verbs) {
+    for (const auto& words : database_verbs) {
         const Result result = zelfctl(words, "create vlan sales vid 10\n");
         EXPECT_EQ(code_of_failure(words), result.code) << testing::PrintToString(words);
         EXPECT_EQ("zelfctl: " + message + "\n", result.err) << testing::PrintToString(words);
@@ -106,9 +106,9 @@ TEST_F(Untrusted, TheVerbsOfTheseTestsAreAllThatThereAre)
     for (std::size_t at = help.find("\n  ", first); at != std::string::npos; at = help.find("\n  ", at + 1)) {
         const std::string verb = help.substr(at + 3, help.find(' ', at + 3) - at - 3);
         if (verb.empty() || verb.front() == '-') continue;
-        const bool tested =
-            std::any_of(verbs.begin(), verbs.end(), [&](const auto& words) { return words[0] == verb; });
-        EXPECT_TRUE(tested || std::find(others.begin(), others.end(), verb) != others.end()) << verb;
+        const bool tested = std::any_of(database_verbs.begin(), database_verbs.end(),
+                                        [&](const auto& words) { return words[0] == verb; });
+        EXPECT_TRUE(tested || std::find(other_verbs.begin(), other_verbs.end(), verb) != other_verbs.end()) << verb;
         ++found;
     }
     EXPECT_GE(found, 15u);
@@ -292,7 +292,7 @@ TEST_F(Unprivileged, EveryVerbEndsWithAClearErrorAndNothingElse)
 {
     given_office();
     const std::string before = good({"save", "-"});
-    for (auto words : verbs) {
+    for (auto words : database_verbs) {
         // What it is to read must be within reach.
         if (words[0] == "load" || words[0] == "diff" || words[0] == "reload") words.back() = "/dev/null";
         if (words[0] == "feed") words.back() = path() + "/port1.pcap";
