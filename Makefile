@@ -55,13 +55,12 @@ soak: deps-test
 check-format: deps-test
 	tools/dev/check-format.sh
 
-check-tidy: test-release
-	tools/dev/check-tidy.sh quick build/release
+check-tidy: deps-test
+	tools/dev/check-tidy.sh quick
 
 # With the path-sensitive analysis, and the tool's verbs: as long as half of make test.
 tidy: deps-test
-	cmake --preset release
-	tools/dev/check-tidy.sh all build/release
+	tools/dev/check-tidy.sh all
 
 # Measures against floors taken in the same run; bench-check also fails when a ratio is over its limit.
 bench: deps-bench
