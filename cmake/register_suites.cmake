@@ -1,6 +1,8 @@
-# Run by ctest: registers one test for each suite of an executable, to be run in one process. Under emulation the start of
-# a process takes longer than most tests.
-function(register_suites prefix executable timeout)
+cmake_policy(VERSION 3.25)
+
+# Run by ctest: registers one test for each suite of an executable, to be run in one process. Its start takes longer than most
+# tests, under emulation and sanitizers above all. Those of long_suites are begun before all others.
+function(register_suites prefix executable timeout long_suites)
   if(NOT EXISTS ${executable})
     add_test(${prefix}/not-built ${executable})
     return()
@@ -15,5 +17,8 @@ function(register_suites prefix executable timeout)
     string(REGEX REPLACE "^\n?([^ \n]*)\\.([ \n].*)?$" "\\1" suite "${suite}")
     add_test(${prefix}/${suite} ${ARGN} ${executable} --gtest_filter=${suite}.*)
     set_tests_properties(${prefix}/${suite} PROPERTIES TIMEOUT ${timeout})
+    if(suite IN_LIST long_suites)
+      set_tests_properties(${prefix}/${suite} PROPERTIES COST 1000)
+    endif()
   endforeach()
 endfunction()
