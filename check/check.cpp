@@ -59,8 +59,7 @@ void check_history(Audit& a)
         notice(a, "header", "history of memberships", &history[ports_added_to_vlans], dec(static_cast<i32>(rest)),
                dec(memberships), "those that were added and not removed are in use, at least");
     }
-    if (history[4] != 0)
-        error(a, "header", "history[4]", &history[4], dec(history[4]), dec(0), "nothing counts here");
+    if (history[4] != 0) error(a, "header", "history[4]", &history[4], dec(history[4]), dec(0), "nothing counts here");
 }
 
 void check_unused_word(Audit& a)
@@ -95,8 +94,7 @@ Report check(const Segments& segments)
     const Stores stores = stores_of(segments, header.nport, header.nvlan, header.nfil);
     if (stores.main_end > segments.main_bytes || stores.main_end > none.value) {
         return refusal("header", Segment::main, the_counts, stores.main_end,
-                       at_most(static_cast<i64>(segments.main_bytes)),
-                       "the counts need that many bytes, of so many");
+                       at_most(static_cast<i64>(segments.main_bytes)), "the counts need that many bytes, of so many");
     }
     const u64 fdb_bytes = segments.fdb ? segments.fdb_bytes : 0;
     if (stores.fdb_end > fdb_bytes) {
