@@ -1,6 +1,8 @@
 // What the operations never go beyond, so that a database that does is damaged.
 #pragma once
 
+#include <iterator>
+
 #include "core/records.h"
 
 namespace zelfdb::audit {
