@@ -50,7 +50,7 @@ MINUTES = 10
 soak: deps-test
 	cmake --preset release
 	cmake --build build/release --target soak
-	ZELFDB_SOAK_MINUTES=$(MINUTES) build/release/tests/soak --gtest_brief=1
+	ZELFDB_SEED=$${ZELFDB_SEED:-new} ZELFDB_SOAK_MINUTES=$(MINUTES) build/release/tests/soak --gtest_brief=1
 
 check-format: deps-test
 	tools/dev/check-format.sh
