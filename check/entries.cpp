@@ -165,9 +165,9 @@ void check_entries(Audit& a)
         sum.system += counts.system;
     };
     for (const Port* port : a.ports.records)
-        check_owner({{"port %d", port->PortID}, "MAC bucket %d of port %d", port->fdb, true});
+        check_owner({{a_port, port->PortID}, "MAC bucket %d of port %d", port->fdb, true});
     for (const Vlan* vlan : a.vlans.records)
-        check_owner({{"VLAN %d", vlan->VID}, "MAC bucket %d of VLAN %d", vlan->fdb, false});
+        check_owner({{a_vlan, vlan->VID}, "MAC bucket %d of VLAN %d", vlan->fdb, false});
 
     Taken user;
     Taken system;

@@ -80,7 +80,7 @@ std::vector<MendedOwner> owners_of(Mend& m)
     std::vector<MendedOwner> owners;
     for (const u32 number : m.ports.order) {
         Port& port = record(m.stores.port, number);
-        owners.push_back({{"port %d", port.PortID},
+        owners.push_back({{a_port, port.PortID},
                           "MAC bucket %d of port %d",
                           port.fdb,
                           offset_of(m.stores.port.base, port.fdb),
@@ -88,11 +88,8 @@ std::vector<MendedOwner> owners_of(Mend& m)
     }
     for (const u32 number : m.vlans.order) {
         Vlan& vlan = record(m.stores.vlan, number);
-        owners.push_back({{"VLAN %d", vlan.VID},
-                          "MAC bucket %d of VLAN %d",
-                          vlan.fdb,
-                          offset_of(m.stores.vlan.base, vlan.fdb),
-                          false});
+        owners.push_back(
+            {{a_vlan, vlan.VID}, "MAC bucket %d of VLAN %d", vlan.fdb, offset_of(m.stores.vlan.base, vlan.fdb), false});
     }
     return owners;
 }

@@ -101,7 +101,7 @@ void take_pvid_back(Mend& m, const Vlan& vlan, const Pv& pv, const std::vector<c
         if (other->port_id == pv.port_id && owns_pvid(*other)) return;
     }
     port->PVID = 0;
-    did(m, {"port %d", port->PortID}, "its PVID is 0 again");
+    did(m, {a_port, port->PortID}, "its PVID is 0 again");
     touch(m, Touched::Kind::port, port->PortID, true);
 }
 
@@ -182,7 +182,7 @@ void mend_lists_of_ports(Mend& m)
         // What no look-up finds is in no VLAN.
         std::vector<u32> order = m.port(port.PortID) ? of_port[port.PortID] : std::vector<u32>{};
         sort_by<&Pv::VID>(store, order);
-        const Name name{"port %d", port.PortID};
+        const Name name{a_port, port.PortID};
         const Offset old_head = port.pv_head;
         const std::vector<u32> moved = write_list<&Pv::port_link>(store, port.pv_head, order);
         if (!moved.empty() || port.pv_head != old_head) did(m, name, "the links of its memberships are set");

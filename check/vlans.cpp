@@ -69,7 +69,7 @@ void check_membership(Audit& a, const Vlan& vlan, const Pv& pv)
     if (!port) {
         error(a, name, "port_id", &pv.port_id, dec(pv.port_id), text("a port"), "a member is a port that is there");
     } else if (!(pv.pv_flag & (pv_tagged | pv_protocol)) && port->PVID != pv.VID) {
-        notice(a, {"port %d", port->PortID}, "PVID", &port->PVID, dec(port->PVID), dec(pv.VID),
+        notice(a, {a_port, port->PortID}, "PVID", &port->PVID, dec(port->PVID), dec(pv.VID),
                "an untagged membership sets it; it was set anew since");
     }
 }
@@ -131,7 +131,7 @@ void check_pvs_of_vlan(Audit& a, u32 slot, Marks& marks)
 
 void check_bindings(Audit& a, const Port& port, const std::vector<const Pv*>& pvs)
 {
-    const Name name{"port %d", port.PortID};
+    const Name name{a_port, port.PortID};
     const ProtGroupTable& table = a.header.prot_groups;
     const auto* const groups_end = table.group + std::min<u32>(table.count, 8);
     const auto* const rows_end = port.prot + std::min(port.npg, prot_bindings_per_port);
@@ -159,7 +159,7 @@ void check_bindings(Audit& a, const Port& port, const std::vector<const Pv*>& pv
 void check_pvs_of_port(Audit& a, const Port& port, Marks& marks)
 {
     const PvStore& store = a.stores.pv;
-    const Name name{"port %d", port.PortID};
+    const Name name{a_port, port.PortID};
     const Name list{"membership list of port %d", port.PortID};
     const auto pvs = walk_list<&Pv::port_link>(a, list, store, marks, port.pv_head);
     expect_order<&Pv::VID>(a, list, pvs, Order::ascending);
